@@ -1,0 +1,3 @@
+#include "PropertyPersist.h"
+
+void PropertyPersist::LoadInfo() {}

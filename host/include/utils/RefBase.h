@@ -1,0 +1,138 @@
+// libutils' intrusive reference counting: strong and weak references, for Linux hosts.
+#pragma once
+
+#include <stdint.h>
+
+#include <atomic>
+#include <type_traits>
+
+#include <utils/StrongPointer.h>
+
+namespace android {
+
+// An object whose lifetime is governed by its strong references (sp<>). Weak references (wp<>)
+// outlive the object and can be promoted while a strong reference still exists.
+class RefBase {
+public:
+    void incStrong(const void* id) const;
+    void decStrong(const void* id) const;
+    // Increments even from zero; only for objects resurrected on purpose.
+    void forceIncStrong(const void* id) const;
+    int32_t getStrongCount() const;
+
+    class weakref_type {
+    public:
+        RefBase* refBase() const;
+        void incWeak(const void* id);
+        void decWeak(const void* id);
+        // Takes a strong reference unless the last one is already gone.
+        bool attemptIncStrong(const void* id);
+        int32_t getWeakCount() const;
+    };
+
+    weakref_type* createWeak(const void* id) const;
+    weakref_type* getWeakRefs() const;
+
+protected:
+    RefBase();
+    virtual ~RefBase();
+
+    // Called when the first strong reference is taken, and when the last one is dropped.
+    virtual void onFirstRef();
+    virtual void onLastStrongRef(const void* id);
+
+private:
+    friend class weakref_type;
+    class weakref_impl;
+
+    RefBase(const RefBase&) = delete;
+    RefBase& operator=(const RefBase&) = delete;
+
+    weakref_impl* const mRefs;
+};
+
+// A cheaper base for objects that only ever have strong references.
+template <typename T>
+class LightRefBase {
+public:
+    LightRefBase() : mCount(0) {}
+    void incStrong(const void*) const { mCount.fetch_add(1, std::memory_order_relaxed); }
+    void decStrong(const void*) const {
+        if (mCount.fetch_sub(1, std::memory_order_release) == 1) {
+            std::atomic_thread_fence(std::memory_order_acquire);
+            delete static_cast<const T*>(this);
+        }
+    }
+    int32_t getStrongCount() const { return mCount.load(std::memory_order_relaxed); }
+
+protected:
+    ~LightRefBase() = default;
+
+private:
+    mutable std::atomic<int32_t> mCount;
+};
+
+// A weak reference to a RefBase object.
+template <typename T>
+class wp {
+public:
+    typedef typename RefBase::weakref_type weakref_type;
+
+    wp() : m_ptr(nullptr), m_refs(nullptr) {}
+    wp(T* other) : m_ptr(other), m_refs(other ? other->createWeak(this) : nullptr) {}
+    wp(const wp<T>& other) : m_ptr(other.m_ptr), m_refs(other.m_refs) {
+        if (m_ptr) m_refs->incWeak(this);
+    }
+    wp(const sp<T>& other) : wp(other.get()) {}
+    template <typename U>
+    wp(const sp<U>& other) : wp(static_cast<T*>(other.get())) {}
+    template <typename U>
+    wp(const wp<U>& other) : m_ptr(other.m_ptr), m_refs(other.m_refs) {
+        if (m_ptr) m_refs->incWeak(this);
+    }
+    ~wp() {
+        if (m_ptr) m_refs->decWeak(this);
+    }
+
+    wp& operator=(const wp<T>& other) {
+        weakref_type* refs = other.m_ptr ? other.m_refs : nullptr;
+        if (refs) refs->incWeak(this);
+        if (m_ptr) m_refs->decWeak(this);
+        m_ptr = other.m_ptr;
+        m_refs = refs;
+        return *this;
+    }
+    wp& operator=(const sp<T>& other) { return *this = wp<T>(other); }
+
+    // A strong reference if the object still lives, otherwise an empty one.
+    sp<T> promote() const {
+        sp<T> result;
+        if (m_ptr && m_refs->attemptIncStrong(&result)) result.m_ptr = m_ptr;
+        return result;
+    }
+
+    void clear() {
+        if (m_ptr) {
+            m_refs->decWeak(this);
+            m_ptr = nullptr;
+            m_refs = nullptr;
+        }
+    }
+
+    // The raw pointer, for identity comparisons only.
+    T* unsafe_get() const { return m_ptr; }
+    weakref_type* get_refs() const { return m_refs; }
+
+    bool operator==(const wp<T>& o) const { return m_ptr == o.m_ptr; }
+    bool operator!=(const wp<T>& o) const { return m_ptr != o.m_ptr; }
+    bool operator==(const T* o) const { return m_ptr == o; }
+    bool operator!=(const T* o) const { return m_ptr != o; }
+
+private:
+    template <typename Y>
+    friend class wp;
+    T* m_ptr;
+    weakref_type* m_refs;
+};
+
+}  // namespace android

@@ -1,0 +1,96 @@
+// orvexctl modules: the registry as a caller sees it through the exported functions.
+
+#include <stdio.h>
+
+#include <string>
+#include <vector>
+
+#include "Commands.h"
+#include "Json.h"
+#include "PlatformLibrary.h"
+
+namespace orvexctl {
+
+namespace {
+
+constexpr int kTagCount = 14;
+
+const char* const kTagNames[kTagCount] = {
+    "BEEP",       "LED",           "TRIGGERS",    "RESERVED_3",      "RESERVED_4",
+    "RESERVED_5", "HW_TRIGGER",    "EXTERNAL_HAPTIC", "IMAGER",      "SERIAL_PORT",
+    "PLUGABLE_DEVICE", "BATTERY_SWAP", "HW_INFO", "CAMERA",
+};
+
+// The module names the library documents. The registry cannot be listed through the exported
+// functions, so each name is asked for under each tag.
+const char* const kKnownModules[] = {
+    "HWBeep",         "LEDNotification",        "Triggers",
+    "HWTrigger",      "ImagerHIDLProxy",        "SerialPort",
+    "IExternalHapticFeedack", "PlugableDeviceNotifier", "BatterySwapModule",
+    "PlatformHWInfoRetriever", "CameraModule",
+};
+
+struct TagReport {
+    int tag;
+    int count;
+    std::vector<std::string> names;
+    bool supported;
+};
+
+}  // namespace
+
+int RunModules(const Options& options, const std::vector<std::string>& args) {
+    if (!args.empty()) {
+        fprintf(stderr, "orvexctl modules: takes no arguments\n");
+        return kExitUsage;
+    }
+    PlatformLibrary library(PlatformLibrary::DefaultPath());
+    if (!library.ok()) {
+        fprintf(stderr, "orvexctl: cannot load the platform library: %s\n",
+                library.error().c_str());
+        return kExitProblem;
+    }
+
+    std::vector<TagReport> reports;
+    for (int tag = 0; tag < kTagCount; ++tag) {
+        TagReport report{tag, library.GetNumberOfPlatformModulesForTag(tag), {}, false};
+        for (const char* name : kKnownModules) {
+            if (IPlatformModule* module = library.GetPlatformModule(tag, name)) {
+                report.names.push_back(name);
+                library.DeletePlatformModule(module);
+            }
+        }
+        if (IPlatformModule* module = library.GetAbstractedPlatformModule(tag)) {
+            report.supported = true;
+            library.DeletePlatformModule(module);
+        }
+        reports.push_back(report);
+    }
+
+    if (options.json) {
+        printf("{\"version\":%d,\"tags\":[", library.getPlatformVersion());
+        for (size_t i = 0; i < reports.size(); ++i) {
+            const TagReport& r = reports[i];
+            printf("%s{\"tag\":%d,\"family\":%s,\"count\":%d,\"modules\":[", i ? "," : "", r.tag,
+                   JsonString(kTagNames[r.tag]).c_str(), r.count);
+            for (size_t k = 0; k < r.names.size(); ++k) {
+                printf("%s%s", k ? "," : "", JsonString(r.names[k]).c_str());
+            }
+            printf("],\"supported\":%s}", r.supported ? "true" : "false");
+        }
+        printf("]}\n");
+        return kExitOk;
+    }
+
+    printf("platform version %d\n", library.getPlatformVersion());
+    printf("%-4s %-16s %-6s %-10s %s\n", "TAG", "FAMILY", "COUNT", "SUPPORTED", "MODULES");
+    for (const TagReport& r : reports) {
+        std::string names;
+        for (const std::string& n : r.names) names += (names.empty() ? "" : ", ") + n;
+        printf("%-4d %-16s %-6d %-10s %s\n", r.tag, kTagNames[r.tag], r.count,
+               r.supported ? "yes" : "no", names.empty() ? "-" : names.c_str());
+    }
+    return kExitOk;
+}
+
+}  // namespace orvexctl
