@@ -1,0 +1,60 @@
+// A caller of the platform library as the scanning service is one: it loads the built library
+// with dlopen and uses only the exported functions. Tests run it in fresh processes.
+//
+//   platform_caller load                 load and exit
+//   platform_caller count TAG            print GetNumberOfPlatformModulesForTag(TAG)
+//   platform_caller create TAG NAME      print "module" or "null" for GetPlatformModule
+//   platform_caller abstract TAG         print "module" or "null" for GetAbstractedPlatformModule
+//   platform_caller version              print getPlatformVersion()
+// Several commands may follow each other.
+
+#include <dlfcn.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <string>
+
+class IPlatformModule;
+
+int main(int argc, char** argv) {
+    void* lib = dlopen(ORVEX_BUILD_DIR "/lib/libplatform.orvex.so", RTLD_NOW | RTLD_LOCAL);
+    if (lib == nullptr) {
+        fprintf(stderr, "dlopen: %s\n", dlerror());
+        return 3;
+    }
+    auto version = reinterpret_cast<int (*)()>(dlsym(lib, "getPlatformVersion"));
+    auto count = reinterpret_cast<int (*)(int)>(dlsym(lib, "GetNumberOfPlatformModulesForTag"));
+    auto create =
+        reinterpret_cast<IPlatformModule* (*)(int, const char*)>(dlsym(lib, "GetPlatformModule"));
+    auto abstracted =
+        reinterpret_cast<IPlatformModule* (*)(int)>(dlsym(lib, "GetAbstractedPlatformModule"));
+    auto destroy = reinterpret_cast<void (*)(IPlatformModule*)>(dlsym(lib, "DeletePlatformModule"));
+    if (!version || !count || !create || !abstracted || !destroy) {
+        fprintf(stderr, "missing export\n");
+        return 3;
+    }
+    for (int i = 1; i < argc; ++i) {
+        std::string cmd = argv[i];
+        if (cmd == "load") {
+            continue;
+        } else if (cmd == "version") {
+            printf("%d\n", version());
+        } else if (cmd == "count" && i + 1 < argc) {
+            printf("%d\n", count(atoi(argv[++i])));
+        } else if (cmd == "create" && i + 2 < argc) {
+            int tag = atoi(argv[++i]);
+            IPlatformModule* m = create(tag, argv[++i]);
+            printf("%s\n", m ? "module" : "null");
+            destroy(m);
+        } else if (cmd == "abstract" && i + 1 < argc) {
+            IPlatformModule* m = abstracted(atoi(argv[++i]));
+            printf("%s\n", m ? "module" : "null");
+            destroy(m);
+        } else {
+            fprintf(stderr, "bad command %s\n", cmd.c_str());
+            return 2;
+        }
+    }
+    return 0;
+}
