@@ -16,6 +16,8 @@
 #include <string>
 
 class IPlatformModule;
+// Declared as the library declares it, so that the function types match exactly.
+enum PlatformModuleTag : int {};
 
 int main(int argc, char** argv) {
     void* lib = dlopen(ORVEX_BUILD_DIR "/lib/libplatform.orvex.so", RTLD_NOW | RTLD_LOCAL);
@@ -24,11 +26,11 @@ int main(int argc, char** argv) {
         return 3;
     }
     auto version = reinterpret_cast<int (*)()>(dlsym(lib, "getPlatformVersion"));
-    auto count = reinterpret_cast<int (*)(int)>(dlsym(lib, "GetNumberOfPlatformModulesForTag"));
+    auto count = reinterpret_cast<int (*)(PlatformModuleTag)>(dlsym(lib, "GetNumberOfPlatformModulesForTag"));
     auto create =
-        reinterpret_cast<IPlatformModule* (*)(int, const char*)>(dlsym(lib, "GetPlatformModule"));
+        reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag, const char*)>(dlsym(lib, "GetPlatformModule"));
     auto abstracted =
-        reinterpret_cast<IPlatformModule* (*)(int)>(dlsym(lib, "GetAbstractedPlatformModule"));
+        reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag)>(dlsym(lib, "GetAbstractedPlatformModule"));
     auto destroy = reinterpret_cast<void (*)(IPlatformModule*)>(dlsym(lib, "DeletePlatformModule"));
     if (!version || !count || !create || !abstracted || !destroy) {
         fprintf(stderr, "missing export\n");
@@ -41,14 +43,14 @@ int main(int argc, char** argv) {
         } else if (cmd == "version") {
             printf("%d\n", version());
         } else if (cmd == "count" && i + 1 < argc) {
-            printf("%d\n", count(atoi(argv[++i])));
+            printf("%d\n", count(static_cast<PlatformModuleTag>(atoi(argv[++i]))));
         } else if (cmd == "create" && i + 2 < argc) {
-            int tag = atoi(argv[++i]);
+            PlatformModuleTag tag = static_cast<PlatformModuleTag>(atoi(argv[++i]));
             IPlatformModule* m = create(tag, argv[++i]);
             printf("%s\n", m ? "module" : "null");
             destroy(m);
         } else if (cmd == "abstract" && i + 1 < argc) {
-            IPlatformModule* m = abstracted(atoi(argv[++i]));
+            IPlatformModule* m = abstracted(static_cast<PlatformModuleTag>(atoi(argv[++i])));
             printf("%s\n", m ? "module" : "null");
             destroy(m);
         } else {

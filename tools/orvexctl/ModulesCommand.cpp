@@ -52,8 +52,9 @@ int RunModules(const Options& options, const std::vector<std::string>& args) {
     }
 
     std::vector<TagReport> reports;
-    for (int tag = 0; tag < kTagCount; ++tag) {
-        TagReport report{tag, library.GetNumberOfPlatformModulesForTag(tag), {}, false};
+    for (int number = 0; number < kTagCount; ++number) {
+        const PlatformModuleTag tag = static_cast<PlatformModuleTag>(number);
+        TagReport report{number, library.GetNumberOfPlatformModulesForTag(tag), {}, false};
         for (const char* name : kKnownModules) {
             if (IPlatformModule* module = library.GetPlatformModule(tag, name)) {
                 report.names.push_back(name);
