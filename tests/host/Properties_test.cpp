@@ -31,7 +31,7 @@ std::string Read(const char* name, bool* found = nullptr) {
 
 TEST(BuildProp, ParsesTheDeviceFormat) {
     struct Case {
-        const char* text;
+        std::string text;
         Props props;
     } cases[] = {
         {"a=1\nb=2\n", {{"a", "1"}, {"b", "2"}}},
@@ -43,6 +43,7 @@ TEST(BuildProp, ParsesTheDeviceFormat) {
         {"noequals\n=novalue\nx=1\r\n", {{"x", "1"}}},
         {"", {}},
         {" #notcomment=1\n", {{" #notcomment", "1"}}},
+        {std::string("a\0b=1\nc=2\0\nd=3\n", 15), {{"d", "3"}}},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(ParseBuildProp(c.text), c.props) << c.text;
