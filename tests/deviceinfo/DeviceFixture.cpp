@@ -28,6 +28,7 @@ DeviceRun Run(const std::string& rootPath, const std::vector<std::string>& args,
     const std::string logPath = rootPath + "/caller.log";
     unlink(logPath.c_str());
     DeviceRun run;
+    run.rootPath = rootPath;
     run.process = RunProcess(CallerProgram(), "caller", args,
                              {{"ORVEX_DEVICE_ROOT", rootPath},
                               {"ORVEX_LOG", logPath},
@@ -75,9 +76,11 @@ void WriteDevice(const DeviceRoot& root, const Device& device,
                  "<absolutepath>true</absolutepath><path>" +
                      std::string(kScannerListPath) + "</path></file></files>\n<binaries>" +
                      binaries + "</binaries>\n<properties/>\n</deps>\n");
-    // The x86_64 ABI puts libraries under lib64.
+    // The x86_64 ABI puts absolute library paths under /system/lib64.
     root.AddDir("/system/lib64");
-    if (symlink(platformLibrary.c_str(),
+    const std::string& kept =
+        device.platformLibraryFile.empty() ? platformLibrary : device.platformLibraryFile;
+    if (symlink(kept.c_str(),
                 root.HostPath("/system/lib64/libplatform.orvex.so").c_str()) != 0) {
         throw std::runtime_error("symlink platform library");
     }
@@ -129,6 +132,28 @@ std::vector<hostlog::Entry> AssertionRecords(const std::string& description,
         {kFatal, kAssertTag, "ERROR DESCRIPTION: " + description},
         {kFatal, kAssertTag, "ASSERTING AT " + sourcePath + ":" + std::to_string(line) + " \n"},
     };
+}
+
+std::vector<hostlog::Entry> ConstructionRecords() {
+    return {
+        D("[DeviceInfo::LoadPlatformHWInfoRetrieverModule] E"),
+        D("[PlatformHWInfoRetriever] Construct"),
+        D("[PlatformHWInfoRetriever<T>::IsSupported] return true"),
+        D("[DeviceInfo::LoadPlatformHWINfoRetrieverModule] PlatformHWInfoRetriever module "
+          "loaded"),
+        D("[PlatformHWInfoRetriever<T>::GetModuleName] E"),
+        D("[DeviceInfo::LoadPlatformHWINfoRetrieverModule] GetModuleName "
+          "PlatformHWInfoRetriever"),
+    };
+}
+
+std::vector<std::string> Info(const std::vector<std::string>& ops) {
+    std::vector<std::string> args;
+    for (const std::string& op : ops) {
+        args.push_back("info");
+        args.push_back(op);
+    }
+    return args;
 }
 
 }  // namespace test

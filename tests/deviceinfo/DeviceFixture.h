@@ -37,6 +37,8 @@ struct Device {
     std::string logLevel = "1";
     // The libplatformso entry of the external-dependencies file; empty leaves it out.
     std::string platformLibraryName = "libplatform.orvex.so";
+    // The file the device keeps under that name; empty: the caller's platform library.
+    std::string platformLibraryFile;
 };
 
 // A folder holding the platform library and the host layer (links to the build's), plus the
@@ -60,10 +62,11 @@ std::string TestLibrary(const std::string& fileName);
 // Writes the device into the root: build.prop, the external-dependencies file (scanner list
 // and platform library only, so properties come from build.prop), the scanner list, the
 // substitutes' files, the camera list and the log level. The platform library the device
-// "has" is `platformLibrary`.
+// keeps is `platformLibrary` unless the device names its own file.
 void WriteDevice(const DeviceRoot& root, const Device& device, const std::string& platformLibrary);
 
 struct DeviceRun {
+    std::string rootPath;  // gone after the run; kept for texts that name it
     ProcessResult process;
     std::vector<std::string> lines;  // stdout
     std::vector<hostlog::Entry> log;
@@ -84,6 +87,28 @@ std::vector<hostlog::Entry> DeviceRecords(const std::vector<hostlog::Entry>& log
 // The three assertion records of the library.
 std::vector<hostlog::Entry> AssertionRecords(const std::string& description,
                                              const std::string& sourcePath, int line);
+
+inline hostlog::Entry D(const std::string& text) { return {kDebug, kTag, text}; }
+inline hostlog::Entry I(const std::string& text) { return {kInfo, kTag, text}; }
+inline hostlog::Entry E(const std::string& text) { return {kError, kTag, text}; }
+
+inline std::vector<hostlog::Entry> Plus(std::vector<hostlog::Entry> a,
+                                        const std::vector<hostlog::Entry>& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+// What every DeviceInfo writes while it is built on a device whose platform library is the
+// real one.
+std::vector<hostlog::Entry> ConstructionRecords();
+
+// The device-facts records of a run: ScannerFramework and assertion lines.
+inline std::vector<hostlog::Entry> Facts(const DeviceRun& run) {
+    return DeviceRecords(run.log, {kTag, kAssertTag});
+}
+
+// Caller arguments for a series of DeviceInfo operations without arguments.
+std::vector<std::string> Info(const std::vector<std::string>& ops);
 
 }  // namespace test
 }  // namespace orvex
