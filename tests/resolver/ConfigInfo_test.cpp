@@ -61,6 +61,8 @@ CallerOutput RunResolver(const DeviceRoot& root, const std::vector<std::string>&
         start = end + 1;
     }
     for (const Entry& e : ReadLogFile(logPath)) {
+        // Module registrations log while the library loads; they are not the resolver's.
+        if (e.message.rfind("[ComponentIndex::AddPlatformModule]", 0) == 0) continue;
         if (e.tag == kTag || e.tag == kAssertTag) run.log.push_back(e);
     }
     return run;
