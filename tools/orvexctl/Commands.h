@@ -12,9 +12,15 @@ constexpr int kExitUsage = 2;
 
 struct Options {
     bool json = false;
+    std::string profile;
     std::string root;
     std::string log;
+    // The device root in use and what it came from.
+    std::string deviceRoot;
+    std::string deviceLabel;
 };
+
+int RunProfiles(const Options& options, const std::vector<std::string>& args);
 
 int RunModules(const Options& options, const std::vector<std::string>& args);
 

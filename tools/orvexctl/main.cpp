@@ -8,19 +8,22 @@
 #include <vector>
 
 #include "Commands.h"
+#include "Profiles.h"
 
 namespace {
 
 void Usage(FILE* out) {
     fprintf(out,
-            "usage: orvexctl [--root DIR] [--json] [--log DEST] COMMAND [ARGS]\n"
+            "usage: orvexctl [--profile NAME|DIR | --root DIR] [--json] [--log DEST] COMMAND [ARGS]\n"
             "\n"
             "commands:\n"
+            "  profiles  the device profiles built into orvexctl\n"
             "  modules   every module tag with its registered modules and whether the device\n"
             "            supports it\n"
             "\n"
             "options:\n"
-            "  --root DIR   use DIR as the device root (ORVEX_DEVICE_ROOT)\n"
+            "  --profile NAME|DIR  a built-in profile, or a profile directory (default: default)\n"
+            "  --root DIR   an existing device root, used as it stands\n"
             "  --json       one JSON document on standard output\n"
             "  --log DEST   where the library's log goes: off (default), stderr or a file\n");
 }
@@ -34,8 +37,10 @@ int main(int argc, char** argv) {
         std::string arg = argv[i];
         if (arg == "--json") {
             options.json = true;
-        } else if ((arg == "--root" || arg == "--log") && i + 1 < argc) {
-            (arg == "--root" ? options.root : options.log) = argv[++i];
+        } else if ((arg == "--root" || arg == "--log" || arg == "--profile") && i + 1 < argc) {
+            std::string& target =
+                arg == "--root" ? options.root : arg == "--log" ? options.log : options.profile;
+            target = argv[++i];
         } else if (arg == "--help" || arg == "-h") {
             Usage(stdout);
             return 0;
@@ -52,13 +57,23 @@ int main(int argc, char** argv) {
         return orvexctl::kExitUsage;
     }
 
-    // The environment must be in place before the library loads: it reads its log level and
-    // device files at load time.
-    if (!options.root.empty()) setenv("ORVEX_DEVICE_ROOT", options.root.c_str(), 1);
-    setenv("ORVEX_LOG", options.log.empty() ? "off" : options.log.c_str(), 1);
-
     const std::string command = args[0];
     args.erase(args.begin());
+    if (command == "profiles") return orvexctl::RunProfiles(options, args);
+
+    // The environment must be in place before the library loads: it reads its log level and
+    // device files at load time.
+    orvexctl::DeviceRootChoice root;
+    std::string error;
+    if (!root.Select(options.profile, options.root, &error)) {
+        fprintf(stderr, "orvexctl: %s\n", error.c_str());
+        return orvexctl::kExitUsage;
+    }
+    options.deviceRoot = root.path();
+    options.deviceLabel = root.label();
+    setenv("ORVEX_DEVICE_ROOT", root.path().c_str(), 1);
+    setenv("ORVEX_LOG", options.log.empty() ? "off" : options.log.c_str(), 1);
+
     if (command == "modules") return orvexctl::RunModules(options, args);
 
     fprintf(stderr, "orvexctl: unknown command %s\n", command.c_str());
