@@ -11,6 +11,8 @@
 #include <map>
 #include <sstream>
 
+#include "PlatformLibrary.h"
+
 namespace orvexctl {
 
 namespace fs = std::filesystem;
@@ -82,6 +84,30 @@ bool CopyTree(const std::string& from, const std::string& to, std::string* error
     return !ec;
 }
 
+// What a profile only gets on a running device: the platform library where the device keeps it
+// (in the library folder of its ABI, which the external-dependencies file names), and the folder
+// the timer pipe is created in.
+bool StageRuntimeFiles(const std::string& root, std::string* error) {
+    std::ifstream props(root + "/system/build.prop");
+    std::string line, abi;
+    while (std::getline(props, line)) {
+        if (line.rfind("ro.product.cpu.abi=", 0) == 0) abi = line.substr(19);
+    }
+    const std::string libdir = abi == "arm64-v8a" || abi == "x86_64" ? "lib64" : "lib";
+    std::error_code ec;
+    fs::create_directories(root + "/system/" + libdir, ec);
+    fs::create_directories(root + "/data/vendor/scanner", ec);
+    const std::string link = root + "/system/" + libdir + "/libplatform.orvex.so";
+    if (!fs::exists(link, ec)) {
+        fs::create_symlink(fs::absolute(PlatformLibrary::DefaultPath()), link, ec);
+        if (ec) {
+            *error = "cannot place the platform library in the device root: " + ec.message();
+            return false;
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 std::vector<ProfileInfo> EmbeddedProfiles() {
@@ -128,7 +154,7 @@ bool DeviceRootChoice::Select(const std::string& profile, const std::string& roo
         }
         if (!NewTempRoot(&path_, error)) return false;
         label_ = "directory " + name;
-        return CopyTree(name, path_, error);
+        return CopyTree(name, path_, error) && StageRuntimeFiles(path_, error);
     }
     bool found = false;
     std::string prefix = name + "/";
@@ -148,7 +174,7 @@ bool DeviceRootChoice::Select(const std::string& profile, const std::string& roo
         return false;
     }
     label_ = "profile " + name;
-    return true;
+    return StageRuntimeFiles(path_, error);
 }
 
 }  // namespace orvexctl
