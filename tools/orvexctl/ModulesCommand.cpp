@@ -37,13 +37,7 @@ struct TagReport {
     bool supported;
 };
 
-}  // namespace
-
-int RunModules(const Options& options, const std::vector<std::string>& args) {
-    if (!args.empty()) {
-        fprintf(stderr, "orvexctl modules: takes no arguments\n");
-        return kExitUsage;
-    }
+int ListModules(const Options& options) {
     PlatformLibrary library(PlatformLibrary::DefaultPath());
     if (!library.ok()) {
         fprintf(stderr, "orvexctl: cannot load the platform library: %s\n",
@@ -69,21 +63,31 @@ int RunModules(const Options& options, const std::vector<std::string>& args) {
     }
 
     if (options.json) {
-        printf("{\"version\":%d,\"tags\":[", library.getPlatformVersion());
-        for (size_t i = 0; i < reports.size(); ++i) {
-            const TagReport& r = reports[i];
-            printf("%s{\"tag\":%d,\"family\":%s,\"count\":%d,\"modules\":[", i ? "," : "", r.tag,
-                   JsonString(kTagNames[r.tag]).c_str(), r.count);
-            for (size_t k = 0; k < r.names.size(); ++k) {
-                printf("%s%s", k ? "," : "", JsonString(r.names[k]).c_str());
-            }
-            printf("],\"supported\":%s}", r.supported ? "true" : "false");
+        JsonWriter json;
+        json.BeginObject()
+            .Field("command", "modules")
+            .Field("ok", true)
+            .Field("device", options.deviceLabel)
+            .Field("version", library.getPlatformVersion())
+            .Key("tags")
+            .BeginArray();
+        for (const TagReport& r : reports) {
+            json.BeginObject()
+                .Field("tag", r.tag)
+                .Field("family", kTagNames[r.tag])
+                .Field("count", r.count)
+                .Key("modules")
+                .BeginArray();
+            for (const std::string& name : r.names) json.String(name);
+            json.EndArray().Field("supported", r.supported).EndObject();
         }
-        printf("]}\n");
+        json.EndArray().EndObject();
+        printf("%s\n", json.str().c_str());
         return kExitOk;
     }
 
-    printf("platform version %d\n", library.getPlatformVersion());
+    printf("device: %s\nplatform version %d\n", options.deviceLabel.c_str(),
+           library.getPlatformVersion());
     printf("%-4s %-16s %-6s %-10s %s\n", "TAG", "FAMILY", "COUNT", "SUPPORTED", "MODULES");
     for (const TagReport& r : reports) {
         std::string names;
@@ -92,6 +96,16 @@ int RunModules(const Options& options, const std::vector<std::string>& args) {
                r.supported ? "yes" : "no", names.empty() ? "-" : names.c_str());
     }
     return kExitOk;
+}
+
+}  // namespace
+
+int RunModules(const Options& options, const std::vector<std::string>& args) {
+    if (!args.empty()) {
+        fprintf(stderr, "orvexctl modules: takes no arguments\n");
+        return kExitUsage;
+    }
+    return RunInChildAndPrint(options, "modules", [&]() { return ListModules(options); });
 }
 
 }  // namespace orvexctl
