@@ -130,6 +130,21 @@ protected:
 
     std::vector<Entry> Logged() { return mLog.WithTag("ScannerFramework"); }
 
+    // The reader's exit line is written only when the stop bit finds it waiting: a reader
+    // still finishing its previous record sees running cleared and ends silently. Returns the
+    // lines without it, and how often it came.
+    std::pair<std::vector<Entry>, int> LoggedWithoutReaderExit() {
+        std::pair<std::vector<Entry>, int> out{{}, 0};
+        for (const Entry& e : Logged()) {
+            if (e == Log(I, "KeyListner Breaking now+")) {
+                ++out.second;
+            } else {
+                out.first.push_back(e);
+            }
+        }
+        return out;
+    }
+
     orvex::hostlog::ScopedCapture mLog;
     RecordingCallback mCallback;
     std::unique_ptr<IHWTriggerModule> mModule;
@@ -281,11 +296,15 @@ TEST_F(HWTriggerTest, ReleaseJoinsTheReaderAndLeavesNoThreadOrDescriptorBehind) 
     mLog.Clear();
 
     EXPECT_TRUE(mModule->ReleaseHWTrigger());
-    EXPECT_EQ(Logged(), (std::vector<Entry>{
-                                Log(D, "HWTrigger<T>::ReleaseHWTrigger+"),
-                                Log(I, "KeyListner Breaking now+"),
-                                Log(D, "HWTrigger<T>::ReleaseHWTrigger-"),
-                        }));
+    auto logged = LoggedWithoutReaderExit();
+    EXPECT_EQ(logged.first, (std::vector<Entry>{
+                                    Log(D, "HWTrigger<T>::ReleaseHWTrigger+"),
+                                    Log(D, "HWTrigger<T>::ReleaseHWTrigger-"),
+                            }));
+    EXPECT_LE(logged.second, 1);
+    if (logged.second == 1) {
+        EXPECT_EQ(Logged()[1], Log(I, "KeyListner Breaking now+"));
+    }
     EXPECT_EQ(sim.trigger()->calls().Calls().back(), "releaseTrigger()");
     EXPECT_EQ(CountEntries("/proc/self/task"), threads);
     EXPECT_EQ(CountEntries("/proc/self/fd"), descriptors);
@@ -319,16 +338,18 @@ TEST_F(HWTriggerTest, ServiceDeathReconnectsWithANewReaderAndKeysFlowAgain) {
 
     // Release waits for the death handling to finish; its lines came before.
     EXPECT_TRUE(mModule->ReleaseHWTrigger());
-    std::vector<Entry> logged = Logged();
-    std::vector<Entry> head(logged.begin(), logged.begin() + std::min<size_t>(logged.size(), 6));
+    auto logged = LoggedWithoutReaderExit();
+    std::vector<Entry> head(logged.first.begin(),
+                            logged.first.begin() + std::min<size_t>(logged.first.size(), 5));
     EXPECT_EQ(head, (std::vector<Entry>{
                             Log(I, "ISS [HW Trigger] DCHWManager Died"),
                             Log(I, "ISS [HW Trigger] Wake Up"),
-                            Log(I, "KeyListner Breaking now+"),
                             Log(I, "ISS HWTrigger<T>::handlDCHWManagerDeath Done "),
                             Log(D, "[IDCHWManager] Acquired ITrigger interface."),
                             Log(D, "[HW Trigger] PreKey event received  7 8"),
                     }));
+    // One reader ended at the death, the new one at the release; each silently or not.
+    EXPECT_LE(logged.second, 2);
 }
 
 TEST_F(HWTriggerTest, DeathHandlingWithoutAnEventFlagAnswersTrueAndKeepsTheLock) {
