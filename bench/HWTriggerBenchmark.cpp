@@ -4,7 +4,6 @@
 // per event; counters give p50, p99 and the sustained event rate.
 
 #include <benchmark/benchmark.h>
-
 #include <linux/futex.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -28,8 +27,8 @@ constexpr size_t kEvents = 100000;
 
 int64_t NowNanos() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(
-                   std::chrono::steady_clock::now().time_since_epoch())
-            .count();
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
 }
 
 void Report(benchmark::State& state, std::vector<int64_t>& latencies, int64_t totalNanos) {
@@ -40,7 +39,7 @@ void Report(benchmark::State& state, std::vector<int64_t>& latencies, int64_t to
     state.counters["p50_us"] = static_cast<double>(latencies[latencies.size() / 2]) / 1e3;
     state.counters["p99_us"] = static_cast<double>(latencies[latencies.size() * 99 / 100]) / 1e3;
     state.counters["events_per_s"] =
-            static_cast<double>(latencies.size()) / (static_cast<double>(totalNanos) / 1e9);
+        static_cast<double>(latencies.size()) / (static_cast<double>(totalNanos) / 1e9);
 }
 
 long Futex(std::atomic<uint32_t>* word, int op, uint32_t value) {
@@ -68,7 +67,8 @@ void KeyEvent_Baseline(benchmark::State& state) {
             word.store(1, std::memory_order_release);
             Futex(&word, FUTEX_WAKE, 1);
             uint32_t seen;
-            while ((seen = word.load(std::memory_order_acquire)) != 2) Futex(&word, FUTEX_WAIT, seen);
+            while ((seen = word.load(std::memory_order_acquire)) != 2)
+                Futex(&word, FUTEX_WAIT, seen);
             word.store(0, std::memory_order_relaxed);
         }
         int64_t total = NowNanos() - start;
@@ -78,7 +78,7 @@ void KeyEvent_Baseline(benchmark::State& state) {
 }
 
 class LatencyCallback : public ITriggerKeyEventWrapperCallBack {
-public:
+  public:
     explicit LatencyCallback(std::vector<std::atomic<int64_t>>& stamps) : mStamps(stamps) {
         mLatencies.reserve(kEvents);
     }
@@ -96,7 +96,7 @@ public:
         return mLatencies;
     }
 
-private:
+  private:
     std::vector<std::atomic<int64_t>>& mStamps;
     std::mutex mLock;
     std::condition_variable mDone;
@@ -111,7 +111,7 @@ void KeyEvent_HWTrigger(benchmark::State& state) {
         std::vector<std::atomic<int64_t>> stamps(kEvents);
         LatencyCallback callback(stamps);
         std::unique_ptr<IHWTriggerModule> module(dynamic_cast<IHWTriggerModule*>(
-                ComponentIndex::Instance()->CreateModule(PLATFORM_MODULE_HW_TRIGGER, "HWTrigger")));
+            ComponentIndex::Instance()->CreateModule(PLATFORM_MODULE_HW_TRIGGER, "HWTrigger")));
         module->Initialize(&callback);
         if (!module->AcquireHWTrigger()) {
             state.SkipWithError("AcquireHWTrigger failed");

@@ -4,9 +4,9 @@
 
 #include "HWTrigger.h"
 
-#include <new>
-
 #include <hidl/HidlTransportSupport.h>
+
+#include <new>
 
 #include "ScannerLog.h"
 
@@ -16,7 +16,7 @@ using vendor::tevrin::hardware::dchwmanager::V1_0::IDCHWManager;
 using vendor::tevrin::hardware::dchwmanager::V1_0::ITrigger;
 
 void HIDLDeathNotifier::DeathNotifier::serviceDied(
-        uint64_t, const android::wp<android::hidl::base::V1_0::IBase>&) {
+    uint64_t, const android::wp<android::hidl::base::V1_0::IBase>&) {
     // A copy, because the function may register a new function on this notifier while it runs.
     std::function<void()> function = m_Function;
     function();

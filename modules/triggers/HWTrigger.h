@@ -9,33 +9,32 @@
 // bit 4 of the event flag and a join.
 #pragma once
 
+#include <fmq/EventFlag.h>
+#include <fmq/MessageQueue.h>
+#include <hidl/HidlSupport.h>
 #include <pthread.h>
 #include <stdint.h>
+#include <vendor/tevrin/hardware/dchwmanager/1.0/IDCHWManager.h>
+#include <vendor/tevrin/hardware/dchwmanager/1.0/ITrigger.h>
 
 #include <atomic>
 #include <functional>
 #include <mutex>
-
-#include <fmq/EventFlag.h>
-#include <fmq/MessageQueue.h>
-#include <hidl/HidlSupport.h>
-#include <vendor/tevrin/hardware/dchwmanager/1.0/IDCHWManager.h>
-#include <vendor/tevrin/hardware/dchwmanager/1.0/ITrigger.h>
 
 #include "ComponentIndex.h"
 #include "PlatformModuleInterfaces.h"
 
 // Runs a function when a linked HIDL service dies. Used only by the hardware trigger.
 class HIDLDeathNotifier {
-public:
+  public:
     class DeathNotifier : public android::hardware::hidl_death_recipient {
-    public:
+      public:
         // Runs on a HIDL runtime thread; the function must have been set.
         void serviceDied(uint64_t cookie,
                          const android::wp<android::hidl::base::V1_0::IBase>& who) override;
         void SetFunction(std::function<void()> function) { m_Function = std::move(function); }
 
-    private:
+      private:
         std::function<void()> m_Function;
     };
 
@@ -48,13 +47,13 @@ public:
 
     const android::sp<DeathNotifier>& notifier() const { return m_DeathNotifier; }
 
-private:
+  private:
     android::sp<DeathNotifier> m_DeathNotifier;
 };
 
 // The process-wide connection to the trigger interface. Touched only under m_trigHalLock.
 class TriggerHal {
-public:
+  public:
     // The cached trigger interface, fetched anew when nothing is cached or the cached manager
     // no longer answers ping.
     static android::sp<vendor::tevrin::hardware::dchwmanager::V1_0::ITrigger> associateforTrigger();
@@ -66,7 +65,7 @@ public:
 
 template <AndroidVersion T>
 class HWTrigger : public IHWTriggerModule {
-public:
+  public:
     HWTrigger();
     // Drops the interface reference only: ReleaseHWTrigger must come first.
     ~HWTrigger() override;
@@ -95,7 +94,7 @@ public:
     static constexpr uint32_t kStopReader = 4;     // set by release and the death handling
 
     class _thread_register {
-    public:
+      public:
         _thread_register() {
             ComponentIndex::Instance()->AddPlatformModule(&Constructor<HWTrigger<T>>,
                                                           PLATFORM_MODULE_HW_TRIGGER, "HWTrigger");
@@ -103,9 +102,9 @@ public:
     };
     static _thread_register Obj;
 
-private:
+  private:
     using KeyEventQueue =
-            android::hardware::MessageQueue<uint32_t, android::hardware::kSynchronizedReadWrite>;
+        android::hardware::MessageQueue<uint32_t, android::hardware::kSynchronizedReadWrite>;
 
     static void* ThreadProcWrapper(void* self);
     void ThreadProc();

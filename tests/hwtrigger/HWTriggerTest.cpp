@@ -1,9 +1,11 @@
 // The hardware trigger module against the simulated hardware manager: connection, key
 // events from the queue, commands, release, and recovery from the service's death.
 
-#include <gtest/gtest.h>
-
+#include <android/log.h>
 #include <dirent.h>
+#include <gtest/gtest.h>
+#include <orvex/hidl_registry.h>
+#include <orvex/log_capture.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -12,10 +14,6 @@
 #include <mutex>
 #include <thread>
 #include <vector>
-
-#include <android/log.h>
-#include <orvex/hidl_registry.h>
-#include <orvex/log_capture.h>
 
 #include "ComponentIndex.h"
 #include "HWTrigger.h"
@@ -36,7 +34,9 @@ extern "C" const char* __lsan_default_suppressions() {
 
 namespace orvex {
 namespace hostlog {
-void PrintTo(const Entry& e, std::ostream* os) { *os << e.priority << " " << e.tag << ": \"" << e.message << "\""; }
+void PrintTo(const Entry& e, std::ostream* os) {
+    *os << e.priority << " " << e.tag << ": \"" << e.message << "\"";
+}
 }  // namespace hostlog
 }  // namespace orvex
 
@@ -51,7 +51,9 @@ constexpr int D = ANDROID_LOG_DEBUG;
 constexpr int I = ANDROID_LOG_INFO;
 constexpr int E = ANDROID_LOG_ERROR;
 
-Entry Log(int priority, const std::string& text) { return Entry{priority, "ScannerFramework", text}; }
+Entry Log(int priority, const std::string& text) {
+    return Entry{priority, "ScannerFramework", text};
+}
 
 size_t CountEntries(const char* dir) {
     size_t n = 0;
@@ -75,9 +77,11 @@ std::ostream& operator<<(std::ostream& os, const KeyEvent& e) {
 }
 
 class RecordingCallback : public ITriggerKeyEventWrapperCallBack {
-public:
+  public:
     void OnKeyEvent(unsigned int type, unsigned int value) override { Add({true, type, value}); }
-    void OnPreKeyEvent(unsigned int type, unsigned int value) override { Add({false, type, value}); }
+    void OnPreKeyEvent(unsigned int type, unsigned int value) override {
+        Add({false, type, value});
+    }
 
     bool WaitFor(size_t count) {
         std::unique_lock<std::mutex> lock(mLock);
@@ -96,7 +100,7 @@ public:
         return mOnRpcThread;
     }
 
-private:
+  private:
     void Add(const KeyEvent& e) {
         std::lock_guard<std::mutex> lock(mLock);
         mEvents.push_back(e);
@@ -113,10 +117,10 @@ private:
 };
 
 class HWTriggerTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         IPlatformModule* module =
-                ComponentIndex::Instance()->CreateModule(PLATFORM_MODULE_HW_TRIGGER, "HWTrigger");
+            ComponentIndex::Instance()->CreateModule(PLATFORM_MODULE_HW_TRIGGER, "HWTrigger");
         mModule.reset(dynamic_cast<IHWTriggerModule*>(module));
         ASSERT_NE(mModule, nullptr);
     }
@@ -153,15 +157,16 @@ protected:
 TEST_F(HWTriggerTest, IsRegisteredUnderTagSixAndAlwaysSupported) {
     EXPECT_TRUE(mModule->IsSupported());
     EXPECT_STREQ(mModule->GetModuleName(), "HWTrigger");
-    EXPECT_EQ(ComponentIndex::Instance()->GetNumberOfFeedbackModules(PLATFORM_MODULE_HW_TRIGGER), 1u);
+    EXPECT_EQ(ComponentIndex::Instance()->GetNumberOfFeedbackModules(PLATFORM_MODULE_HW_TRIGGER),
+              1u);
 }
 
 TEST_F(HWTriggerTest, WithoutServiceAcquireFailsAndCommandsGiveTheirFixedAnswers) {
     ASSERT_TRUE(mModule->Initialize(&mCallback));
     EXPECT_FALSE(mModule->AcquireHWTrigger());
     EXPECT_EQ(Logged(), (std::vector<Entry>{
-                                Log(E, "[IDCHWManager] Unable to get IDCHWManager interface."),
-                                Log(E, "[HW Trigger] is not available, Soft trigger may be available"),
+                            Log(E, "[IDCHWManager] Unable to get IDCHWManager interface."),
+                            Log(E, "[HW Trigger] is not available, Soft trigger may be available"),
                         }));
     EXPECT_TRUE(mModule->StartTrigger());
     EXPECT_TRUE(mModule->StopTrigger());
@@ -177,7 +182,8 @@ TEST_F(HWTriggerTest, AcquireConnectsAndRecordTypesChooseTheCallback) {
     EXPECT_EQ(sim.manager()->calls().Calls(), (std::vector<std::string>{"getTriggerInterface()"}));
     EXPECT_EQ(sim.trigger()->calls().Calls(),
               (std::vector<std::string>{"acquireTrigger()", "setKeyEventQueue(16)"}));
-    EXPECT_EQ(Logged(), (std::vector<Entry>{Log(D, "[IDCHWManager] Acquired ITrigger interface.")}));
+    EXPECT_EQ(Logged(),
+              (std::vector<Entry>{Log(D, "[IDCHWManager] Acquired ITrigger interface.")}));
     mLog.Clear();
 
     struct Case {
@@ -185,12 +191,15 @@ TEST_F(HWTriggerTest, AcquireConnectsAndRecordTypesChooseTheCallback) {
         KeyEvent expected;
         const char* line;
     } cases[] = {
-            {1, 10, 20, {true, 10, 20}, "[HW Trigger] Key event received  10 20"},
-            {2, 3, 4, {false, 3, 4}, "[HW Trigger] PreKey event received  3 4"},
-            {0, 5, 6, {false, 5, 6}, "[HW Trigger] PreKey event received  5 6"},
-            {7, 0, 1, {false, 0, 1}, "[HW Trigger] PreKey event received  0 1"},
-            {1, 0xFFFFFFFF, 0x80000000, {true, 0xFFFFFFFF, 0x80000000},
-             "[HW Trigger] Key event received  -1 -2147483648"},
+        {1, 10, 20, {true, 10, 20}, "[HW Trigger] Key event received  10 20"},
+        {2, 3, 4, {false, 3, 4}, "[HW Trigger] PreKey event received  3 4"},
+        {0, 5, 6, {false, 5, 6}, "[HW Trigger] PreKey event received  5 6"},
+        {7, 0, 1, {false, 0, 1}, "[HW Trigger] PreKey event received  0 1"},
+        {1,
+         0xFFFFFFFF,
+         0x80000000,
+         {true, 0xFFFFFFFF, 0x80000000},
+         "[HW Trigger] Key event received  -1 -2147483648"},
     };
     std::vector<KeyEvent> expected;
     std::vector<Entry> lines;
@@ -245,7 +254,8 @@ TEST_F(HWTriggerTest, AcquireTriggerRefusedEndsAcquireWithoutAMessage) {
     ASSERT_TRUE(mModule->Initialize(&mCallback));
     EXPECT_FALSE(mModule->AcquireHWTrigger());
     EXPECT_EQ(sim.trigger()->calls().Calls(), (std::vector<std::string>{"acquireTrigger()"}));
-    EXPECT_EQ(Logged(), (std::vector<Entry>{Log(D, "[IDCHWManager] Acquired ITrigger interface.")}));
+    EXPECT_EQ(Logged(),
+              (std::vector<Entry>{Log(D, "[IDCHWManager] Acquired ITrigger interface.")}));
     // The interface is held all the same, so commands reach the service.
     answers.startTrigger = false;
     sim.trigger()->SetAnswers(answers);
@@ -300,8 +310,8 @@ TEST_F(HWTriggerTest, ReleaseJoinsTheReaderAndLeavesNoThreadOrDescriptorBehind) 
     EXPECT_TRUE(mModule->ReleaseHWTrigger());
     auto logged = LoggedWithoutReaderExit();
     EXPECT_EQ(logged.first, (std::vector<Entry>{
-                                    Log(D, "HWTrigger<T>::ReleaseHWTrigger+"),
-                                    Log(D, "HWTrigger<T>::ReleaseHWTrigger-"),
+                                Log(D, "HWTrigger<T>::ReleaseHWTrigger+"),
+                                Log(D, "HWTrigger<T>::ReleaseHWTrigger-"),
                             }));
     EXPECT_LE(logged.second, 1);
     if (logged.second == 1) {
@@ -344,11 +354,11 @@ TEST_F(HWTriggerTest, ServiceDeathReconnectsWithANewReaderAndKeysFlowAgain) {
     std::vector<Entry> head(logged.first.begin(),
                             logged.first.begin() + std::min<size_t>(logged.first.size(), 5));
     EXPECT_EQ(head, (std::vector<Entry>{
-                            Log(I, "ISS [HW Trigger] DCHWManager Died"),
-                            Log(I, "ISS [HW Trigger] Wake Up"),
-                            Log(I, "ISS HWTrigger<T>::handlDCHWManagerDeath Done "),
-                            Log(D, "[IDCHWManager] Acquired ITrigger interface."),
-                            Log(D, "[HW Trigger] PreKey event received  7 8"),
+                        Log(I, "ISS [HW Trigger] DCHWManager Died"),
+                        Log(I, "ISS [HW Trigger] Wake Up"),
+                        Log(I, "ISS HWTrigger<T>::handlDCHWManagerDeath Done "),
+                        Log(D, "[IDCHWManager] Acquired ITrigger interface."),
+                        Log(D, "[HW Trigger] PreKey event received  7 8"),
                     }));
     // One reader ended at the death, the new one at the release; each silently or not.
     EXPECT_LE(logged.second, 2);
@@ -358,11 +368,11 @@ TEST_F(HWTriggerTest, DeathHandlingWithoutAnEventFlagAnswersTrueAtOnce) {
     // In a child process: that early return keeps the class-wide lock held for good.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
-            {
-                HWTrigger<(AndroidVersion)10> module;
-                _exit(module.handlDCHWManagerDeath() ? 3 : 4);
-            },
-            ::testing::ExitedWithCode(3), "");
+        {
+            HWTrigger<(AndroidVersion)10> module;
+            _exit(module.handlDCHWManagerDeath() ? 3 : 4);
+        },
+        ::testing::ExitedWithCode(3), "");
 }
 
 }  // namespace
