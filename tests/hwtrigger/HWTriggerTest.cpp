@@ -32,14 +32,6 @@ extern "C" const char* __lsan_default_suppressions() {
            "leak:HWTrigger<(AndroidVersion)10>::Initialize\n";
 }
 
-namespace orvex {
-namespace hostlog {
-void PrintTo(const Entry& e, std::ostream* os) {
-    *os << e.priority << " " << e.tag << ": \"" << e.message << "\"";
-}
-}  // namespace hostlog
-}  // namespace orvex
-
 namespace {
 
 using orvex::hostlog::Entry;
