@@ -23,6 +23,14 @@ int RunResolve(const Options& options, const std::vector<std::string>& args) {
     return RunProbeCommand("resolve", options, args);
 }
 
+int RunModulesCommand(const Options& options, const std::vector<std::string>& args) {
+    if (!args.empty()) {
+        fprintf(stderr, "orvexctl modules: takes no arguments\n");
+        return kExitUsage;
+    }
+    return RunProbeCommand("modules", options, args);
+}
+
 int RunInfo(const Options& options, const std::vector<std::string>& args) {
     if (!args.empty()) {
         fprintf(stderr, "orvexctl info: takes no arguments\n");
@@ -74,7 +82,7 @@ int ReportChildFailure(const Options& options, const std::string& command,
 }  // namespace
 
 CommandFn FindCommand(const std::string& name) {
-    if (name == "modules") return RunModules;
+    if (name == "modules") return RunModulesCommand;
     if (name == "resolve") return RunResolve;
     if (name == "info") return RunInfo;
     return nullptr;

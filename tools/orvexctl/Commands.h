@@ -28,7 +28,6 @@ using CommandFn = int (*)(const Options& options, const std::vector<std::string>
 CommandFn FindCommand(const std::string& name);
 
 int RunProfiles(const Options& options, const std::vector<std::string>& args);
-int RunModules(const Options& options, const std::vector<std::string>& args);
 // Commands carried out by the probe library inside a child process.
 // Runs `body` in a child process and prints what it wrote, or reports why it stopped.
 int RunInChildAndPrint(const Options& options, const std::string& command,

@@ -1,4 +1,5 @@
-// orvexctl modules: the registry as a caller sees it through the exported functions.
+// orvexctl modules: the registry as a caller sees it through the exported functions, on the
+// running simulated device.
 
 #include <stdio.h>
 
@@ -6,6 +7,8 @@
 #include <vector>
 
 #include "Commands.h"
+#include "ProbeCommands.h"
+#include "SimulatedDevice.h"
 #include "Json.h"
 #include "PlatformLibrary.h"
 
@@ -37,7 +40,11 @@ struct TagReport {
     bool supported;
 };
 
-int ListModules(const Options& options) {
+}  // namespace
+
+int ProbeModules(const ProbeContext& context, const std::vector<std::string>&) {
+    orvex::sim::SimulatedDevice device;
+    device.Start();
     PlatformLibrary library(PlatformLibrary::DefaultPath());
     if (!library.ok()) {
         fprintf(stderr, "orvexctl: cannot load the platform library: %s\n",
@@ -62,12 +69,12 @@ int ListModules(const Options& options) {
         reports.push_back(report);
     }
 
-    if (options.json) {
+    if (context.json) {
         JsonWriter json;
         json.BeginObject()
             .Field("command", "modules")
             .Field("ok", true)
-            .Field("device", options.deviceLabel)
+            .Field("device", context.deviceLabel)
             .Field("version", library.getPlatformVersion())
             .Key("tags")
             .BeginArray();
@@ -86,7 +93,7 @@ int ListModules(const Options& options) {
         return kExitOk;
     }
 
-    printf("device: %s\nplatform version %d\n", options.deviceLabel.c_str(),
+    printf("device: %s\nplatform version %d\n", context.deviceLabel.c_str(),
            library.getPlatformVersion());
     printf("%-4s %-16s %-6s %-10s %s\n", "TAG", "FAMILY", "COUNT", "SUPPORTED", "MODULES");
     for (const TagReport& r : reports) {
@@ -96,16 +103,6 @@ int ListModules(const Options& options) {
                r.supported ? "yes" : "no", names.empty() ? "-" : names.c_str());
     }
     return kExitOk;
-}
-
-}  // namespace
-
-int RunModules(const Options& options, const std::vector<std::string>& args) {
-    if (!args.empty()) {
-        fprintf(stderr, "orvexctl modules: takes no arguments\n");
-        return kExitUsage;
-    }
-    return RunInChildAndPrint(options, "modules", [&]() { return ListModules(options); });
 }
 
 }  // namespace orvexctl
