@@ -67,7 +67,7 @@ int ReportChildFailure(const Options& options, const std::string& command,
         printf("the library stops on this device: %s\n  asserting at %s:%d\n",
                outcome.assertDescription.c_str(), outcome.assertSource.c_str(),
                outcome.assertLine);
-        if (!outcome.lastError.empty()) printf("  error: %s", outcome.lastError.c_str());
+        if (!outcome.lastError.empty()) printf("  last error line before it: %s", outcome.lastError.c_str());
         if (!outcome.lastError.empty() && outcome.lastError.back() != '\n') printf("\n");
     } else if (outcome.timedOut) {
         printf("the library did not finish in time\n");
@@ -85,6 +85,7 @@ CommandFn FindCommand(const std::string& name) {
     if (name == "modules") return RunModulesCommand;
     if (name == "resolve") return RunResolve;
     if (name == "info") return RunInfo;
+    if (name == "check") return RunCheck;
     return nullptr;
 }
 
@@ -96,9 +97,9 @@ int RunInChildAndPrint(const Options& options, const std::string& command,
     return outcome.exitCode;
 }
 
-int RunProbeCommand(const std::string& command, const Options& options,
-                    const std::vector<std::string>& args) {
-    return RunInChildAndPrint(options, command, [&]() {
+ChildOutcome RunProbeInChild(const std::string& command, const Options& options,
+                            const std::vector<std::string>& args) {
+    return RunInChild([&]() {
         std::string path = PlatformLibrary::DefaultPath();
         path = path.substr(0, path.rfind('/')) + "/liborvexctl_probe.so";
         void* probe = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -114,6 +115,14 @@ int RunProbeCommand(const std::string& command, const Options& options,
         return run(command.c_str(), static_cast<int>(argv.size()), argv.data(), options.json ? 1 : 0,
                    options.deviceLabel.c_str());
     });
+}
+
+int RunProbeCommand(const std::string& command, const Options& options,
+                    const std::vector<std::string>& args) {
+    ChildOutcome outcome = RunProbeInChild(command, options, args);
+    if (!outcome.exited || outcome.asserted) return ReportChildFailure(options, command, outcome);
+    fwrite(outcome.output.data(), 1, outcome.output.size(), stdout);
+    return outcome.exitCode;
 }
 
 void CopyLogTo(const std::string& dest) {

@@ -35,6 +35,12 @@ int RunInChildAndPrint(const Options& options, const std::string& command,
 int RunProbeCommand(const std::string& command, const Options& options,
                     const std::vector<std::string>& args);
 
+// The same, returning the child's outcome instead of printing it.
+struct ChildOutcome;
+ChildOutcome RunProbeInChild(const std::string& command, const Options& options,
+                            const std::vector<std::string>& args);
+int RunCheck(const Options& options, const std::vector<std::string>& args);
+
 // Writes the library's log records of this run to DEST ("" or "off": nowhere).
 void CopyLogTo(const std::string& dest);
 

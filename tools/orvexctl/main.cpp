@@ -32,6 +32,8 @@ void Usage(FILE* out) {
             "                    supports it\n"
             "  resolve NAME...   what each dependency name resolves to, and where it comes from\n"
             "  info              device facts, supported scanners and trigger keys\n"
+            "  check             every configuration file the library reads, each step as the\n"
+            "                    scanning service would meet it, then likely mistakes\n"
             "\n"
             "options:\n"
             "  --profile NAME|DIR  a built-in profile, or a profile directory (default: default)\n"
