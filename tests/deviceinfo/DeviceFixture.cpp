@@ -58,8 +58,7 @@ std::string TestLibrary(const std::string& fileName) {
     return ORVEX_BUILD_DIR "/tests/deviceinfo/" + fileName;
 }
 
-void WriteDevice(const DeviceRoot& root, const Device& device,
-                 const std::string& platformLibrary) {
+void WriteDevice(const DeviceRoot& root, const Device& device, const std::string& platformLibrary) {
     std::string buildProp;
     for (const auto& property : device.properties) {
         buildProp += property.first + "=" + property.second + "\n";
@@ -80,8 +79,7 @@ void WriteDevice(const DeviceRoot& root, const Device& device,
     root.AddDir("/system/lib64");
     const std::string& kept =
         device.platformLibraryFile.empty() ? platformLibrary : device.platformLibraryFile;
-    if (symlink(kept.c_str(),
-                root.HostPath("/system/lib64/libplatform.orvex.so").c_str()) != 0) {
+    if (symlink(kept.c_str(), root.HostPath("/system/lib64/libplatform.orvex.so").c_str()) != 0) {
         throw std::runtime_error("symlink platform library");
     }
     if (!device.scannerList.empty()) root.AddFile(kScannerListPath, device.scannerList);
@@ -110,7 +108,7 @@ DeviceRun RunOnRoot(const std::string& rootPath, const std::vector<std::string>&
 }
 
 std::vector<hostlog::Entry> DeviceRecords(const std::vector<hostlog::Entry>& log,
-                                     const std::vector<std::string>& tags) {
+                                          const std::vector<std::string>& tags) {
     std::vector<hostlog::Entry> out;
     for (const hostlog::Entry& e : log) {
         if (e.message.rfind("[ComponentIndex::AddPlatformModule]", 0) == 0) continue;

@@ -103,29 +103,54 @@ TEST(DeviceInfo, CamerasComeFromTheCameraServiceThenFromProperties) {
     const std::vector<Case> cases = {
         {"rear camera listed", "0=back\n", {}, rear, "true", {}},
         {"rear camera not first", "0=front\n1=external\n2=back\n", {}, rear, "true", {}},
-        {"front camera listed second", "0=back\n1=front\n", {}, front, "true",
-         {facing1, facing0}},
+        {"front camera listed second", "0=back\n1=front\n", {}, front, "true", {facing1, facing0}},
         {"only a rear camera", "0=back\n", {}, front, "false", {facing1}},
-        {"no service, second rear property", "", {{"ro.boot.device.camera0", "0"},
-                                                   {"ro.config.device.camera0", "2"}},
-         rear, "true", {}},
+        {"no service, second rear property",
+         "",
+         {{"ro.boot.device.camera0", "0"}, {"ro.config.device.camera0", "2"}},
+         rear,
+         "true",
+         {}},
         {"no service, no property", "", {}, rear, "false", {}},
-        {"service without cameras, first rear property", "# none\n",
-         {{"ro.boot.device.camera0", "1"}}, rear, "true", {}},
+        {"service without cameras, first rear property",
+         "# none\n",
+         {{"ro.boot.device.camera0", "1"}},
+         rear,
+         "true",
+         {}},
         {"negative property", "", {{"ro.boot.device.camera0", "-1"}}, rear, "false", {}},
         {"leading blanks", "", {{"ro.boot.device.camera0", "  1"}}, rear, "true", {}},
-        {"not a number, then the second property", "",
-         {{"ro.boot.device.camera0", "yes"}, {"ro.config.device.camera0", "1"}}, rear, "true",
+        {"not a number, then the second property",
+         "",
+         {{"ro.boot.device.camera0", "yes"}, {"ro.config.device.camera0", "1"}},
+         rear,
+         "true",
          {rearStoi}},
-        {"out of range", "", {{"ro.config.device.camera0", "99999999999"}}, rear, "false",
+        {"out of range",
+         "",
+         {{"ro.config.device.camera0", "99999999999"}},
+         rear,
+         "false",
          {rearStoi}},
-        {"front property read twice", "", {{"ro.boot.device.camera1", "x"}}, front, "false",
+        {"front property read twice",
+         "",
+         {{"ro.boot.device.camera1", "x"}},
+         front,
+         "false",
          {frontStoi, frontStoi}},
         {"front property", "", {{"ro.boot.device.camera1", "1"}}, front, "true", {}},
-        {"a camera without lens facing ends the service check", "0=none\n1=back\n", {}, rear,
-         "false", {}},
-        {"a camera that went away ends the service check", "0=unavailable\n1=front\n", {}, front,
-         "false", {}},
+        {"a camera without lens facing ends the service check",
+         "0=none\n1=back\n",
+         {},
+         rear,
+         "false",
+         {}},
+        {"a camera that went away ends the service check",
+         "0=unavailable\n1=front\n",
+         {},
+         front,
+         "false",
+         {}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -141,25 +166,25 @@ TEST(DeviceInfo, CamerasComeFromTheCameraServiceThenFromProperties) {
 TEST(DeviceInfo, CameraCheckDeletesManagerAndMetadataButKeepsTheIdList) {
     Device device;
     device.cameras = "0=front\n1=back\n";
-    DeviceRun run = RunDevice(device, {"info", "IsRearCameraAvaialable", "camera-calls", "idlists"});
-    EXPECT_EQ((std::vector<std::string>{"true", "ACameraManager_create",
-                                        "ACameraManager_getCameraIdList",
-                                        "ACameraManager_getCameraCharacteristics 0",
-                                        "ACameraMetadata_getConstEntry 0x80005",
-                                        "ACameraMetadata_free",
-                                        "ACameraManager_getCameraCharacteristics 1",
-                                        "ACameraMetadata_getConstEntry 0x80005",
-                                        "ACameraMetadata_free", "ACameraManager_delete", "1"}),
-              run.lines);
+    DeviceRun run =
+        RunDevice(device, {"info", "IsRearCameraAvaialable", "camera-calls", "idlists"});
+    EXPECT_EQ(
+        (std::vector<std::string>{"true", "ACameraManager_create", "ACameraManager_getCameraIdList",
+                                  "ACameraManager_getCameraCharacteristics 0",
+                                  "ACameraMetadata_getConstEntry 0x80005", "ACameraMetadata_free",
+                                  "ACameraManager_getCameraCharacteristics 1",
+                                  "ACameraMetadata_getConstEntry 0x80005", "ACameraMetadata_free",
+                                  "ACameraManager_delete", "1"}),
+        run.lines);
 
     device.cameras = "0=none\n";
     run = RunDevice(device, {"info", "IsFrontCameraAvaialable", "camera-calls"});
-    EXPECT_EQ((std::vector<std::string>{"false", "ACameraManager_create",
-                                        "ACameraManager_getCameraIdList",
-                                        "ACameraManager_getCameraCharacteristics 0",
-                                        "ACameraMetadata_getConstEntry 0x80005",
-                                        "ACameraMetadata_free", "ACameraManager_delete"}),
-              run.lines);
+    EXPECT_EQ(
+        (std::vector<std::string>{
+            "false", "ACameraManager_create", "ACameraManager_getCameraIdList",
+            "ACameraManager_getCameraCharacteristics 0", "ACameraMetadata_getConstEntry 0x80005",
+            "ACameraMetadata_free", "ACameraManager_delete"}),
+        run.lines);
 }
 
 TEST(DeviceInfo, VolumeFactsComeFromTheVolumeLibraryWhenItHasThem) {
@@ -177,7 +202,8 @@ TEST(DeviceInfo, VolumeFactsComeFromTheVolumeLibraryWhenItHasThem) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         Device device;
-        device.volumeLibrary = "scanner_beep_volume=5\nbeep_audio_api=1\naudio_accessory_status=1\n";
+        device.volumeLibrary =
+            "scanner_beep_volume=5\nbeep_audio_api=1\naudio_accessory_status=1\n";
         std::vector<std::string> ops = {"GetScannerBeepVolume", "GetScannerAudioAPI"};
         // Only a device with the whole library may be asked about the headset.
         if (c.lines.size() == 3) ops.push_back("CheckExternalHeadset");
@@ -295,8 +321,9 @@ TEST(DeviceInfo, PlatformLibraryWithoutAnEntryPointEndsTheProcess) {
         const char* function;
         int line;
     };
-    for (const Case& c : {Case{"libplatform_without_get_module.so", "GetAbstractedPlatformModule", 66},
-                          Case{"libplatform_without_delete_module.so", "DeletePlatformModule", 69}}) {
+    for (const Case& c :
+         {Case{"libplatform_without_get_module.so", "GetAbstractedPlatformModule", 66},
+          Case{"libplatform_without_delete_module.so", "DeletePlatformModule", 69}}) {
         SCOPED_TRACE(c.function);
         Device device;
         device.platformLibraryFile = TestLibrary(c.file);

@@ -34,16 +34,15 @@ TEST(ImagerInfoUtils, ReadsIdAndTypeOnceThenReleasesTheProviderAndTheLibrary) {
     device.imagerClient = "imager_id=31\ninterface_type=2\n";
     DeviceRun run = RunDevice(device, kQueries);
     EXPECT_EQ((std::vector<std::string>{"[31]", "2", "unloaded"}), run.lines) << run.process.err;
-    EXPECT_EQ(Plus(kLoadAndAsk,
-                   {Client("GetImager() = imager"),
-                    I("[ImagerInfoUtils::LoadImagerModules] m_Imager not NULL\n"),
-                    D("ImagerInfoUtils::ImagerInfoUtils] Loaded Imager Modules!\n"),
-                    Client("GetImagerId() = 31"),
-                    D("ImagerInfoUtils::ImagerInfoUtils] m_ImagerID = 31\n"),
-                    Client("GetInterfaceType() = 2"),
-                    D("ImagerInfoUtils::ImagerInfoUtils] Interface ID = 2\n"),
-                    Client("imager destroyed"), Client("provider destroyed"),
-                    Client("libimagerclient.so unloaded")}),
+    EXPECT_EQ(Plus(kLoadAndAsk, {Client("GetImager() = imager"),
+                                 I("[ImagerInfoUtils::LoadImagerModules] m_Imager not NULL\n"),
+                                 D("ImagerInfoUtils::ImagerInfoUtils] Loaded Imager Modules!\n"),
+                                 Client("GetImagerId() = 31"),
+                                 D("ImagerInfoUtils::ImagerInfoUtils] m_ImagerID = 31\n"),
+                                 Client("GetInterfaceType() = 2"),
+                                 D("ImagerInfoUtils::ImagerInfoUtils] Interface ID = 2\n"),
+                                 Client("imager destroyed"), Client("provider destroyed"),
+                                 Client("libimagerclient.so unloaded")}),
               DeviceRecords(run.log, {kTag, kImagerTag}));
 }
 
@@ -53,15 +52,16 @@ TEST(ImagerInfoUtils, FailedLoadKeepsTheLibraryAndAnyProviderAndAnswersEmpty) {
         std::string profile;
         std::vector<Entry> log;
     };
-    const Entry unsuccessful = E("ImagerInfoUtils::ImagerInfoUtils] Load Imager Modules Unsuccessful!\n");
+    const Entry unsuccessful =
+        E("ImagerInfoUtils::ImagerInfoUtils] Load Imager Modules Unsuccessful!\n");
     const std::vector<Case> cases = {
         {"no provider", "provider=0\n",
-         Plus(kLoadAndAsk, {E("[ImagerInfoUtils::LoadImagerModules] m_ImagerProvider is NULL"),
-                            unsuccessful})},
+         Plus(kLoadAndAsk,
+              {E("[ImagerInfoUtils::LoadImagerModules] m_ImagerProvider is NULL"), unsuccessful})},
         {"no imager", "imager=0\n",
-         Plus(kLoadAndAsk, {Client("GetImager() = null"),
-                            E("[ImagerInfoUtils::LoadImagerModules] m_Imager is NULL\n"),
-                            unsuccessful})},
+         Plus(kLoadAndAsk,
+              {Client("GetImager() = null"),
+               E("[ImagerInfoUtils::LoadImagerModules] m_Imager is NULL\n"), unsuccessful})},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);

@@ -116,39 +116,67 @@ const char* Bool(bool value) { return value ? "true" : "false"; }
 // Runs one DeviceInfo operation; false for an unknown name.
 bool CallInfo(const std::string& op, const std::string& arg) {
     DeviceInfoView* info = Info();
-    if (op == "IsRearCameraAvaialable") printf("%s\n", Bool(info->IsRearCameraAvaialable()));
-    else if (op == "IsFrontCameraAvaialable") printf("%s\n", Bool(info->IsFrontCameraAvaialable()));
-    else if (op == "GetPlatformName") printf("%s\n", info->GetPlatformName().c_str());
-    else if (op == "GetProductName") printf("%s\n", info->GetProductName().c_str());
-    else if (op == "GetProductModel") printf("%s\n", info->GetProductModel().c_str());
-    else if (op == "GetProductSKU") printf("%s\n", info->GetProductSKU().c_str());
-    else if (op == "GetManufacturerName") printf("%s\n", info->GetManufacturerName().c_str());
-    else if (op == "GetAndroidVersion") printf("%s\n", info->GetAndroidVersion().c_str());
-    else if (op == "GetABI") printf("%s\n", info->GetABI().c_str());
-    else if (op == "GetScannerBeepVolume") printf("%d\n", info->GetScannerBeepVolume());
-    else if (op == "GetScannerAudioAPI") printf("%d\n", info->GetScannerAudioAPI());
-    else if (op == "CheckExternalHeadset") printf("%d\n", info->CheckExternalHeadset());
-    else if (op == "GetConfigPath") printf("[%s]\n", info->GetConfigPath(arg).c_str());
-    else if (op == "GetScanner") printf("%d\n", info->GetScanner());
-    else if (op == "GetDeviceDecryptionStatus") printf("[%s]\n", info->GetDeviceDecryptionStatus().c_str());
-    else if (op == "GetImagerInterfaceType") printf("%d\n", info->GetImagerInterfaceType());
-    else if (op == "GetPlatformVersion") printf("%d\n", info->GetPlatformVersion());
-    else if (op == "isDeviceFederalSKU1") printf("%s\n", Bool(info->isDeviceFederalSKU1()));
-    else if (op == "isDeviceFederalSKU2") printf("%s\n", Bool(info->isDeviceFederalSKU2()));
-    else return false;
+    if (op == "IsRearCameraAvaialable")
+        printf("%s\n", Bool(info->IsRearCameraAvaialable()));
+    else if (op == "IsFrontCameraAvaialable")
+        printf("%s\n", Bool(info->IsFrontCameraAvaialable()));
+    else if (op == "GetPlatformName")
+        printf("%s\n", info->GetPlatformName().c_str());
+    else if (op == "GetProductName")
+        printf("%s\n", info->GetProductName().c_str());
+    else if (op == "GetProductModel")
+        printf("%s\n", info->GetProductModel().c_str());
+    else if (op == "GetProductSKU")
+        printf("%s\n", info->GetProductSKU().c_str());
+    else if (op == "GetManufacturerName")
+        printf("%s\n", info->GetManufacturerName().c_str());
+    else if (op == "GetAndroidVersion")
+        printf("%s\n", info->GetAndroidVersion().c_str());
+    else if (op == "GetABI")
+        printf("%s\n", info->GetABI().c_str());
+    else if (op == "GetScannerBeepVolume")
+        printf("%d\n", info->GetScannerBeepVolume());
+    else if (op == "GetScannerAudioAPI")
+        printf("%d\n", info->GetScannerAudioAPI());
+    else if (op == "CheckExternalHeadset")
+        printf("%d\n", info->CheckExternalHeadset());
+    else if (op == "GetConfigPath")
+        printf("[%s]\n", info->GetConfigPath(arg).c_str());
+    else if (op == "GetScanner")
+        printf("%d\n", info->GetScanner());
+    else if (op == "GetDeviceDecryptionStatus")
+        printf("[%s]\n", info->GetDeviceDecryptionStatus().c_str());
+    else if (op == "GetImagerInterfaceType")
+        printf("%d\n", info->GetImagerInterfaceType());
+    else if (op == "GetPlatformVersion")
+        printf("%d\n", info->GetPlatformVersion());
+    else if (op == "isDeviceFederalSKU1")
+        printf("%s\n", Bool(info->isDeviceFederalSKU1()));
+    else if (op == "isDeviceFederalSKU2")
+        printf("%s\n", Bool(info->isDeviceFederalSKU2()));
+    else
+        return false;
     return true;
 }
 
 bool CallScanner(const std::string& op, const std::string& arg) {
     SupportedScannerInfoView* scanners = ScannerInfoFunc()();
-    if (op == "IsScannerAvailable") printf("%s\n", Bool(scanners->IsScannerAvailable(arg)));
-    else if (op == "GetScannerNameAt") printf("[%s]\n", scanners->GetScannerNameAt(atoi(arg.c_str())).c_str());
-    else if (op == "GetNumberOfSupportedScanners") printf("%d\n", scanners->GetNumberOfSupportedScanners());
-    else if (op == "GetInBuiltScannerModel") printf("[%s]\n", scanners->GetInBuiltScannerModel().c_str());
-    else if (op == "GetScannerModelNameAt") printf("[%s]\n", scanners->GetScannerModelNameAt(atoi(arg.c_str())).c_str());
-    else if (op == "IsMirroredAndFlipped") printf("%d\n", scanners->IsMirroredAndFlipped());
-    else if (op == "IsScannerListAvailable") printf("%s\n", Bool(scanners->IsScannerListAvailable()));
-    else return false;
+    if (op == "IsScannerAvailable")
+        printf("%s\n", Bool(scanners->IsScannerAvailable(arg)));
+    else if (op == "GetScannerNameAt")
+        printf("[%s]\n", scanners->GetScannerNameAt(atoi(arg.c_str())).c_str());
+    else if (op == "GetNumberOfSupportedScanners")
+        printf("%d\n", scanners->GetNumberOfSupportedScanners());
+    else if (op == "GetInBuiltScannerModel")
+        printf("[%s]\n", scanners->GetInBuiltScannerModel().c_str());
+    else if (op == "GetScannerModelNameAt")
+        printf("[%s]\n", scanners->GetScannerModelNameAt(atoi(arg.c_str())).c_str());
+    else if (op == "IsMirroredAndFlipped")
+        printf("%d\n", scanners->IsMirroredAndFlipped());
+    else if (op == "IsScannerListAvailable")
+        printf("%s\n", Bool(scanners->IsScannerListAvailable()));
+    else
+        return false;
     return true;
 }
 

@@ -53,7 +53,8 @@ bool ImagerInfoUtils::LoadImagerLibrary(_imager_module_info* info) {
         SF_LOGE("[ImagerInfoUtils::LoadImagerLibrary] Unable to load library, Error '%s'",
                 dlerror());
         platform::AssertFramework(
-            kSourcePath, 56, "[ImagerContext::LoadImagerLibrary] Unable to load libimagerclient.so");
+            kSourcePath, 56,
+            "[ImagerContext::LoadImagerLibrary] Unable to load libimagerclient.so");
     }
     SF_LOGI("ImagerInfoUtils::%s] Loaded libimagerclient.so!!\n", "LoadImagerLibrary");
     info->GetImagerModule =

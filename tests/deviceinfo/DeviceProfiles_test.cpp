@@ -1,0 +1,73 @@
+// The shipped device profiles, as staged by the build, give the device facts and scanner lists
+// they describe.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "DeviceFixture.h"
+
+namespace {
+
+using namespace orvex::test;
+
+struct Profile {
+    const char* name;
+    std::vector<std::string> lines;
+};
+
+TEST(DeviceProfiles, EachProfileDescribesAWorkingDevice) {
+    const std::vector<std::string> ops = {"GetPlatformName",
+                                          "GetProductModel",
+                                          "GetProductSKU",
+                                          "GetAndroidVersion",
+                                          "GetABI",
+                                          "IsRearCameraAvaialable",
+                                          "IsFrontCameraAvaialable",
+                                          "GetScanner",
+                                          "GetImagerInterfaceType",
+                                          "GetScannerBeepVolume",
+                                          "CheckExternalHeadset",
+                                          "GetPlatformVersion"};
+    std::vector<std::string> args = {"cameras"};
+    for (const std::string& arg : Info(ops)) args.push_back(arg);
+    args.insert(args.end(), {"scanners", "scanner", "GetInBuiltScannerModel", "scanner",
+                             "IsMirroredAndFlipped"});
+
+    const std::vector<Profile> profiles = {
+        {"default",
+         {"lahaina", "TR52", "TR52HC", "13", "arm64-v8a", "true", "false", "31", "1", "5", "0", "1",
+          "count 4", "0\t2D Barcode Imager\tIM5100", "1\tCamera Scanner\tREAR_CAMERA",
+          "2\tBluetooth Ring Scanner\tBT_RING", "3\tSerial Scanner\tSERIAL_SSI", "[IM5100]", "1"}},
+        {"tr41",
+         {"holi", "TR41", "TR41FR", "14", "x86_64", "true", "true", "44", "2", "3", "1", "1",
+          "count 4", "0\t2D Extended Range Imager\tIM7300", "1\tCamera Scanner\tREAR_CAMERA",
+          "2\tFront Camera Scanner\tFRONT_CAMERA", "3\tBluetooth Ring Scanner\tBT_RING", "[IM7300]",
+          "2"}},
+    };
+    for (const Profile& p : profiles) {
+        SCOPED_TRACE(p.name);
+        // A copy, so that nothing the run creates lands in the build's profile.
+        TempDir root;
+        ProcessResult copy = RunProcess(
+            "/bin/cp", "cp",
+            {"-a", std::string(ORVEX_BUILD_DIR "/sim/profiles/") + p.name + "/.", root.path()}, {});
+        ASSERT_EQ(0, copy.exitCode) << copy.err;
+        DeviceRun run = RunOnRoot(root.path(), args);
+        EXPECT_EQ(0, run.process.exitCode) << run.process.err;
+        EXPECT_EQ(p.lines, run.lines);
+        // Nothing at error level or above on a working device, apart from the front-camera
+        // check's per-camera lines.
+        for (const auto& e : DeviceRecords(run.log, {kTag, kAssertTag})) {
+            if (e.message.rfind("[DeviceInfo::IsFrontCameraAvaialableCheckUsingNDK]", 0) == 0 ||
+                e.message.rfind("[XMLParserUtil::GetDefaultExternalScanners] External scanner(",
+                                0) == 0) {
+                continue;
+            }
+            EXPECT_LT(e.priority, kError) << e.message;
+        }
+    }
+}
+
+}  // namespace
