@@ -72,13 +72,18 @@ struct DeviceRun {
     std::vector<hostlog::Entry> log;
 };
 
+// The output of a run that must end normally; a sanitizer's report at exit fails it.
+std::vector<std::string> Output(const DeviceRun& run);
+
 // Writes the device and runs the caller on it with the library folder's platform library.
 DeviceRun RunDevice(const Device& device, const std::vector<std::string>& args,
                     const LibraryDir& libraries);
 DeviceRun RunDevice(const Device& device, const std::vector<std::string>& args);
 
-// Runs the caller on an existing root (a staged profile) with the build's library.
-DeviceRun RunOnRoot(const std::string& rootPath, const std::vector<std::string>& args);
+// Runs the caller on an existing root (a staged profile) with the build's platform library,
+// the loader looking in `libraryPath` first.
+DeviceRun RunOnRoot(const std::string& rootPath, const std::vector<std::string>& args,
+                    const std::string& libraryPath = ORVEX_BUILD_DIR "/lib");
 
 // Records of these tags, in order, without the module registrations every load logs.
 std::vector<hostlog::Entry> DeviceRecords(const std::vector<hostlog::Entry>& log,

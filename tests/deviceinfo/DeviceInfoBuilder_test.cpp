@@ -97,7 +97,7 @@ TEST(DeviceInfoBuilder, GathersTheDeviceFactsInOrderAndBuildsTheListFromThem) {
         SCOPED_TRACE(c.what);
         if (c.device.scannerList.empty()) c.device.scannerList = kList;
         DeviceRun run = RunDevice(c.device, {"scanners"});
-        EXPECT_EQ(c.lines, run.lines) << run.process.err;
+        EXPECT_EQ(c.lines, Output(run)) << run.process.err;
         EXPECT_EQ(c.gathered, Gathered(run));
     }
 }
@@ -107,7 +107,7 @@ TEST(DeviceInfoBuilder, RacingFirstCallsShareOneDeviceInfoAndOneList) {
     device.scannerList = kList;
     device.cameras = "0=back\n";
     DeviceRun run = RunDevice(device, {"race", "8", "same"});
-    EXPECT_EQ((std::vector<std::string>{"same", "same"}), run.lines) << run.process.err;
+    EXPECT_EQ((std::vector<std::string>{"same", "same"}), Output(run)) << run.process.err;
     std::vector<Entry> log = DeviceRecords(run.log, {kTag, kImagerTag});
     EXPECT_EQ(1u, Count(log, "[DeviceInfo::LoadPlatformHWInfoRetrieverModule] E"));
     EXPECT_EQ(1u, Count(log, "[SupportedScannerInfo::SupportedScannerInfo] masterScannerMap"));
@@ -120,7 +120,7 @@ TEST(DeviceInfoBuilder, NumberThatDoesNotParseLeavesNothingStoredAndTheLockFree)
     DeviceRun run = RunDevice(device, {"scanners-catch", "scanners-catch"});
     EXPECT_EQ((std::vector<std::string>{"exception invalid_argument: stoi",
                                         "exception invalid_argument: stoi"}),
-              run.lines)
+              Output(run))
         << run.process.err;
     // Both calls gathered the facts: the first left nothing behind.
     EXPECT_EQ(2u, Count(DeviceRecords(run.log, {kTag}),
@@ -147,7 +147,7 @@ TEST(DeviceInfoBuilder, PlatformOrModelTooLongForItsBufferEndsTheProcess) {
         } else {
             EXPECT_EQ(
                 (std::vector<std::string>{"count 2", "0\tImager\tIM5100", "1\tRing\tBT_RING"}),
-                run.lines);
+                Output(run));
         }
     }
 }

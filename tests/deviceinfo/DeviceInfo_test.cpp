@@ -33,7 +33,7 @@ TEST(DeviceInfo, StringFactsAreReadOnceAndLoggedOnceExceptTheDecryptionStatus) {
     EXPECT_EQ((std::vector<std::string>{"lahaina", "lahaina", "tr52_gms", "TR52", "TR52HC",
                                         "Tevrin", "13", "x86_64", "[]", "[]", "[]", "lahaina",
                                         "[trigger_restart_framework]"}),
-              run.lines);
+              Output(run));
     EXPECT_EQ(Plus(ConstructionRecords(),
                    {D("[DeviceInfo::GetPlatformName] Platform Name lahaina"),
                     D("[DeviceInfo::GetProductName] Product Name tr52_gms"),
@@ -158,7 +158,7 @@ TEST(DeviceInfo, CamerasComeFromTheCameraServiceThenFromProperties) {
         device.cameras = c.cameras;
         for (const auto& p : c.properties) device.properties[p.first] = p.second;
         DeviceRun run = RunDevice(device, Info({c.op}));
-        EXPECT_EQ(std::vector<std::string>{c.answer}, run.lines) << run.process.err;
+        EXPECT_EQ(std::vector<std::string>{c.answer}, Output(run)) << run.process.err;
         EXPECT_EQ(Plus(ConstructionRecords(), c.log), Facts(run));
     }
 }
@@ -175,7 +175,7 @@ TEST(DeviceInfo, CameraCheckDeletesManagerAndMetadataButKeepsTheIdList) {
                                   "ACameraManager_getCameraCharacteristics 1",
                                   "ACameraMetadata_getConstEntry 0x80005", "ACameraMetadata_free",
                                   "ACameraManager_delete", "1"}),
-        run.lines);
+        Output(run));
 
     device.cameras = "0=none\n";
     run = RunDevice(device, {"info", "IsFrontCameraAvaialable", "camera-calls"});
@@ -184,7 +184,7 @@ TEST(DeviceInfo, CameraCheckDeletesManagerAndMetadataButKeepsTheIdList) {
             "false", "ACameraManager_create", "ACameraManager_getCameraIdList",
             "ACameraManager_getCameraCharacteristics 0", "ACameraMetadata_getConstEntry 0x80005",
             "ACameraMetadata_free", "ACameraManager_delete"}),
-        run.lines);
+        Output(run));
 }
 
 TEST(DeviceInfo, VolumeFactsComeFromTheVolumeLibraryWhenItHasThem) {
@@ -208,7 +208,7 @@ TEST(DeviceInfo, VolumeFactsComeFromTheVolumeLibraryWhenItHasThem) {
         // Only a device with the whole library may be asked about the headset.
         if (c.lines.size() == 3) ops.push_back("CheckExternalHeadset");
         DeviceRun run = RunDevice(device, Info(ops), c.libraries);
-        EXPECT_EQ(c.lines, run.lines) << run.process.err;
+        EXPECT_EQ(c.lines, Output(run)) << run.process.err;
         std::vector<Entry> log = {
             D("[DeviceInfo::GetScannerBeepVolume] Scanner Beep Volume " + c.lines[0]),
             D("[DeviceInfo::GetScannerAudioAPI] Scanner Audio API " + c.lines[1])};
@@ -225,7 +225,7 @@ TEST(DeviceInfo, HeadsetStateIsTheAccessoryTextAsANumber) {
         Device device;
         device.volumeLibrary = "audio_accessory_status=" + c.first + "\n";
         EXPECT_EQ(std::vector<std::string>{c.second},
-                  RunDevice(device, Info({"CheckExternalHeadset"})).lines)
+                  Output(RunDevice(device, Info({"CheckExternalHeadset"}))))
             << c.first;
     }
 }
@@ -249,7 +249,7 @@ TEST(DeviceInfo, ScannerIdIsTheImagerIdAsANumberAndZeroWhenItIsNone) {
         Device device;
         device.imagerClient = "imager_id=" + c.id + "\ninterface_type=4\n";
         DeviceRun run = RunDevice(device, Info({"GetScanner", "GetImagerInterfaceType"}));
-        EXPECT_EQ((std::vector<std::string>{c.answer, "4"}), run.lines);
+        EXPECT_EQ((std::vector<std::string>{c.answer, "4"}), Output(run));
         std::vector<Entry> log = DeviceRecords(run.log, {kTag});
         // After the construction and the imager library's own lines.
         std::vector<Entry> tail;
@@ -274,7 +274,7 @@ TEST(DeviceInfo, HardwareInfoModuleComesThroughThePlatformLibrarysEntryPoints) {
         E("[DeviceInfo::isDeviceFederalSKU2] PlatformHWInfoRetriever module is not loaded")};
 
     DeviceRun run = RunDevice({}, ops);
-    EXPECT_EQ((std::vector<std::string>{"false", "false", "1"}), run.lines);
+    EXPECT_EQ((std::vector<std::string>{"false", "false", "1"}), Output(run));
     EXPECT_EQ(Plus(ConstructionRecords(),
                    {D("[DeviceInfo::isDeviceFederalSKU1] "
                       "pPlatforHWInfoRetreiver->isDeviceFederalSKU1 returns false"),
@@ -287,7 +287,7 @@ TEST(DeviceInfo, HardwareInfoModuleComesThroughThePlatformLibrarysEntryPoints) {
     Device unsupported;
     unsupported.platformLibraryFile = TestLibrary("libplatform_without_hw_info.so");
     run = RunDevice(unsupported, ops);
-    EXPECT_EQ((std::vector<std::string>{"false", "false", "7"}), run.lines);
+    EXPECT_EQ((std::vector<std::string>{"false", "false", "7"}), Output(run));
     EXPECT_EQ(Plus(Plus({D("[DeviceInfo::LoadPlatformHWInfoRetrieverModule] E"),
                          E("[DeviceInfo::LoadPlatformHWINfoRetrieverModule] "
                            "PlatformHWInfoRetriever module is not supported")},
@@ -298,7 +298,7 @@ TEST(DeviceInfo, HardwareInfoModuleComesThroughThePlatformLibrarysEntryPoints) {
     Device missing;
     missing.platformLibraryName = "libmissing.so";
     run = RunDevice(missing, ops);
-    EXPECT_EQ((std::vector<std::string>{"false", "false", "-1"}), run.lines);
+    EXPECT_EQ((std::vector<std::string>{"false", "false", "-1"}), Output(run));
     EXPECT_EQ(Plus(Plus({D("[DeviceInfo::LoadPlatformHWInfoRetrieverModule] E"),
                          E("[DeviceInfo::LoadPlatformHWINfoRetrieverModule]  Unable to load "
                            "platform library '/system/lib64/libmissing.so error " +
@@ -312,7 +312,7 @@ TEST(DeviceInfo, HardwareInfoModuleComesThroughThePlatformLibrarysEntryPoints) {
     Device unnamed;
     unnamed.platformLibraryName = "";
     run = RunDevice(unnamed, ops);
-    EXPECT_EQ((std::vector<std::string>{"false", "false", "-1"}), run.lines);
+    EXPECT_EQ((std::vector<std::string>{"false", "false", "-1"}), Output(run));
 }
 
 TEST(DeviceInfo, PlatformLibraryWithoutAnEntryPointEndsTheProcess) {

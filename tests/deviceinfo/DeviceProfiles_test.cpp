@@ -2,6 +2,7 @@
 // they describe.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -56,7 +57,7 @@ TEST(DeviceProfiles, EachProfileDescribesAWorkingDevice) {
         ASSERT_EQ(0, copy.exitCode) << copy.err;
         DeviceRun run = RunOnRoot(root.path(), args);
         EXPECT_EQ(0, run.process.exitCode) << run.process.err;
-        EXPECT_EQ(p.lines, run.lines);
+        EXPECT_EQ(p.lines, Output(run));
         // Nothing at error level or above on a working device, apart from the front-camera
         // check's per-camera lines.
         for (const auto& e : DeviceRecords(run.log, {kTag, kAssertTag})) {
@@ -68,6 +69,24 @@ TEST(DeviceProfiles, EachProfileDescribesAWorkingDevice) {
             EXPECT_LT(e.priority, kError) << e.message;
         }
     }
+}
+
+TEST(DeviceProfiles, SubstitutesAreFoundBesideThePlatformLibrary) {
+#if defined(ORVEX_SANITIZED)
+    GTEST_SKIP() << "a sanitizer runtime opens libraries on the platform library's behalf, so "
+                    "its own run path is not searched";
+#endif
+    TempDir root;
+    ASSERT_EQ(0, RunProcess("/bin/cp", "cp",
+                            {"-a", ORVEX_BUILD_DIR "/sim/profiles/default/.", root.path()}, {})
+                     .exitCode);
+    // The loader's own search path holds the host layer only.
+    TempDir hostOnly;
+    ASSERT_EQ(0, symlink(ORVEX_BUILD_DIR "/lib/liborvex_host.so",
+                         (hostOnly.path() + "/liborvex_host.so").c_str()));
+    DeviceRun run =
+        RunOnRoot(root.path(), Info({"GetScannerBeepVolume", "GetScanner"}), hostOnly.path());
+    EXPECT_EQ((std::vector<std::string>{"5", "31"}), Output(run)) << run.process.err;
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ TEST(ImagerInfoUtils, ReadsIdAndTypeOnceThenReleasesTheProviderAndTheLibrary) {
     Device device;
     device.imagerClient = "imager_id=31\ninterface_type=2\n";
     DeviceRun run = RunDevice(device, kQueries);
-    EXPECT_EQ((std::vector<std::string>{"[31]", "2", "unloaded"}), run.lines) << run.process.err;
+    EXPECT_EQ((std::vector<std::string>{"[31]", "2", "unloaded"}), Output(run)) << run.process.err;
     EXPECT_EQ(Plus(kLoadAndAsk, {Client("GetImager() = imager"),
                                  I("[ImagerInfoUtils::LoadImagerModules] m_Imager not NULL\n"),
                                  D("ImagerInfoUtils::ImagerInfoUtils] Loaded Imager Modules!\n"),
@@ -68,7 +68,7 @@ TEST(ImagerInfoUtils, FailedLoadKeepsTheLibraryAndAnyProviderAndAnswersEmpty) {
         Device device;
         device.imagerClient = c.profile;
         DeviceRun run = RunDevice(device, kQueries);
-        EXPECT_EQ((std::vector<std::string>{"[]", "0", "loaded"}), run.lines) << run.process.err;
+        EXPECT_EQ((std::vector<std::string>{"[]", "0", "loaded"}), Output(run)) << run.process.err;
         // The library's unload line is written at exit, after everything the caller did.
         std::vector<Entry> log = DeviceRecords(run.log, {kTag, kImagerTag});
         EXPECT_EQ(Plus(c.log, {Client("libimagerclient.so unloaded")}), log);

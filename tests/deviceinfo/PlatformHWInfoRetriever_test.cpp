@@ -34,33 +34,32 @@ TEST(PlatformHWInfoRetriever, AbstractedRequestForTag12GivesTheModuleAnsweringFa
     EXPECT_NE(nullptr, named);
 }
 
-TEST(PlatformHWInfoRetriever, WritesItsLifeAtDebugLevel) {
-    DeviceRoot root;
-    root.SetLogLevel("3");
-    CallerRun run = RunCaller(root, {"abstract", "12", "create", "12", "PlatformHWInfoRetriever"});
-    EXPECT_EQ("module\nmodule\n", run.process.out);
-    std::vector<Entry> log;
-    for (const Entry& e : FilterTag(run.log, kTag)) {
-        if (e.message.rfind("[ComponentIndex::AddPlatformModule]", 0) != 0) log.push_back(e);
-    }
+TEST(PlatformHWInfoRetriever, CallerObtainsItByTagAndByNameAndSeesItsLifeAtDebugLevel) {
+    Device device;
+    device.logLevel = "3";
+    // Hand the caller the module before DeviceInfo exists, so only the caller's objects log.
+    DeviceRun run = RunDevice(
+        device, {"hwinfo", "hwinfo-named", "PlatformHWInfoRetriever", "hwinfo-named", "HWBeep"});
+    EXPECT_EQ((std::vector<std::string>{"PlatformHWInfoRetriever false false", "module", "null"}),
+              Output(run))
+        << run.process.err;
     const Entry construct = D("[PlatformHWInfoRetriever] Construct");
     const Entry destruct = D("PlatformHWInfoRetriever Destruct");
-    EXPECT_EQ(
-        (std::vector<Entry>{construct, D("[PlatformHWInfoRetriever<T>::IsSupported] return true"),
-                            destruct, construct, destruct}),
-        log);
+    EXPECT_EQ((std::vector<Entry>{
+                  construct, D("[PlatformHWInfoRetriever<T>::IsSupported] return true"),
+                  D("[PlatformHWInfoRetriever<T>::GetModuleName] E"), destruct, construct, destruct,
+                  E("[ComponentIndex::CreateModule] Unable to find module HWBeep\n")}),
+              DeviceRecords(run.log, {kTag}));
     // Registered once, under its own tag and name, while the library loads.
     EXPECT_EQ(1, std::count(run.log.begin(), run.log.end(),
                             Entry{kInfo, kTag,
                                   "[ComponentIndex::AddPlatformModule] Adding platform module "
                                   "'PlatformHWInfoRetriever' with Tag '12'\n"}));
 
-    // At level 4 the debug lines are gone.
-    root.SetLogLevel("4");
-    run = RunCaller(root, {"abstract", "12"});
-    for (const Entry& e : FilterTag(run.log, kTag)) {
-        EXPECT_EQ(0u, e.message.find("[ComponentIndex::AddPlatformModule]")) << e.message;
-    }
+    // Above level 3 the module writes nothing.
+    device.logLevel = "4";
+    run = RunDevice(device, {"hwinfo"});
+    EXPECT_EQ(std::vector<Entry>{}, DeviceRecords(run.log, {kTag}));
 }
 
 }  // namespace

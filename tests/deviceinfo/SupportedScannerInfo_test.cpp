@@ -67,7 +67,7 @@ TEST(SupportedScannerInfo, ImagerBehindACameraScannerIsFoundWithItsOrientation) 
                                                {"IsScannerListAvailable"}}));
     EXPECT_EQ((std::vector<std::string>{"[IM5100]", "2", "[]", "[]", "[BT_RING]", "true", "false",
                                         "false", "3", "true"}),
-              run.lines)
+              Output(run))
         << run.process.err;
     const Entry model0 =
         D("[SupportedScannerInfo::GetScannerModelNameAt] Scanner Model REAR_CAMERA");
@@ -91,7 +91,7 @@ TEST(SupportedScannerInfo, ListOfOnlyACameraScannerHasNoImager) {
     DeviceRun run =
         RunDevice(WithList(List(Camera("Camera Scanner", "1", "0", "REAR_CAMERA"), ""), true),
                   Scanner({{"GetInBuiltScannerModel"}, {"IsMirroredAndFlipped"}}));
-    EXPECT_EQ((std::vector<std::string>{"[]", "0"}), run.lines) << run.process.err;
+    EXPECT_EQ((std::vector<std::string>{"[]", "0"}), Output(run)) << run.process.err;
 }
 
 TEST(SupportedScannerInfo, EmptyListAnswersFalseOrZero) {
@@ -101,7 +101,7 @@ TEST(SupportedScannerInfo, EmptyListAnswersFalseOrZero) {
                                                {"GetNumberOfSupportedScanners"},
                                                {"IsScannerAvailable", "Ring"},
                                                {"IsMirroredAndFlipped"}}));
-    EXPECT_EQ((std::vector<std::string>{"false", "0", "false", "0"}), run.lines);
+    EXPECT_EQ((std::vector<std::string>{"false", "0", "false", "0"}), Output(run));
     const Entry empty = E("[SupportedScannerInfo::IsScannerListAvailable] Scanner List is empty");
     EXPECT_EQ((std::vector<Entry>{
                   empty, empty,

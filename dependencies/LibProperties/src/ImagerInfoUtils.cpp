@@ -70,7 +70,8 @@ bool ImagerInfoUtils::LoadImagerLibrary(_imager_module_info* info) {
 
 bool ImagerInfoUtils::LoadImagerModules() {
     LoadImagerLibrary(&m_ModuleInfo);
-    m_ImagerProvider = m_ModuleInfo.GetImagerModule(1, "ImagerProvider");
+    m_ImagerProvider =
+        static_cast<IImagerClientProvider*>(m_ModuleInfo.GetImagerModule(1, "ImagerProvider"));
     if (m_ImagerProvider == nullptr) {
         SF_LOGE("[ImagerInfoUtils::LoadImagerModules] m_ImagerProvider is NULL");
         return false;
