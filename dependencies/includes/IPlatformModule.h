@@ -3,8 +3,9 @@
 
 #include <stdint.h>
 
-// Callers pass these numbers; the numbers are the contract.
-enum PlatformModuleTag {
+// Callers pass these numbers; the numbers are the contract. The fixed underlying type keeps a
+// caller's out-of-range number a defined value that the entry functions can refuse.
+enum PlatformModuleTag : int {
     PLATFORM_MODULE_BEEP = 0,
     PLATFORM_MODULE_LED = 1,
     PLATFORM_MODULE_TRIGGERS = 2,

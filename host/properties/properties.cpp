@@ -79,6 +79,8 @@ std::map<std::string, std::string> ParseBuildProp(const std::string& text) {
         start = end + 1;
         if (!line.empty() && line.back() == '\r') line.pop_back();
         if (line.empty() || line[0] == '#') continue;
+        // A NUL cannot be part of a property name or value on a device: the line is unreadable.
+        if (line.find('\0') != std::string::npos) continue;
         size_t eq = line.find('=');
         if (eq == std::string::npos || eq == 0) continue;
         out[line.substr(0, eq)] = line.substr(eq + 1);

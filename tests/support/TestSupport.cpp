@@ -204,6 +204,16 @@ std::vector<hostlog::Entry> FilterTag(const std::vector<hostlog::Entry>& log,
     return out;
 }
 
+std::vector<hostlog::Entry> WithoutRegistrations(const std::vector<hostlog::Entry>& log) {
+    std::vector<hostlog::Entry> out;
+    for (const auto& e : log) {
+        if (e.message.rfind("[ComponentIndex::AddPlatformModule] Adding platform module", 0) != 0) {
+            out.push_back(e);
+        }
+    }
+    return out;
+}
+
 std::string LiteralRegex(const std::string& text) {
     // gtest uses POSIX extended regular expressions on Linux.
     std::string out;

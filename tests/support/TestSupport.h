@@ -77,6 +77,9 @@ std::vector<hostlog::Entry> ReadLogFile(const std::string& hostPath);
 // Records of one tag, in order.
 std::vector<hostlog::Entry> FilterTag(const std::vector<hostlog::Entry>& log, const std::string& tag);
 
+// The log without the module registration lines every process writes while the library loads.
+std::vector<hostlog::Entry> WithoutRegistrations(const std::vector<hostlog::Entry>& log);
+
 // A regular expression (gtest death-test syntax) matching `text` literally.
 std::string LiteralRegex(const std::string& text);
 

@@ -5,16 +5,18 @@
 #include <string>
 
 class IPlatformModule;
+// As the library declares it: the exported functions take it by this exact type.
+enum PlatformModuleTag : int {};
 
 namespace orvexctl {
 
 class PlatformLibrary {
 public:
     using GetVersionFn = int (*)();
-    using GetModuleFn = IPlatformModule* (*)(int tag, const char* name);
-    using GetAbstractedFn = IPlatformModule* (*)(int tag);
+    using GetModuleFn = IPlatformModule* (*)(PlatformModuleTag tag, const char* name);
+    using GetAbstractedFn = IPlatformModule* (*)(PlatformModuleTag tag);
     using DeleteModuleFn = void (*)(IPlatformModule* module);
-    using CountFn = int (*)(int tag);
+    using CountFn = int (*)(PlatformModuleTag tag);
 
     // Loads the library; on failure error() says why and the functions are null.
     explicit PlatformLibrary(const std::string& path);

@@ -1,6 +1,7 @@
 // In-process view of the host log, for tests and tools.
 #pragma once
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,19 @@ struct Entry {
         return priority == other.priority && tag == other.tag && message == other.message;
     }
 };
+
+// Readable test failure output (found by gtest through argument-dependent lookup).
+inline void PrintTo(const Entry& e, std::ostream* os) {
+    *os << "{" << e.priority << ", \"" << e.tag << "\", \"";
+    for (char c : e.message) {
+        if (c == '\n') {
+            *os << "\\n";
+        } else {
+            *os << c;
+        }
+    }
+    *os << "\"}";
+}
 
 // Records every log record written in this process while it exists, in addition to the
 // ORVEX_LOG sink. Captures nest: each live capture sees every record. Thread-safe.

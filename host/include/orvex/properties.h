@@ -24,7 +24,7 @@ std::map<std::string, std::string> Snapshot();
 
 // Parses build.prop text into name/value pairs: "name=value" per line, '#' starts a comment
 // line, blank lines skipped, the value verbatim after the first '=', lines without '=' or with
-// an empty name skipped. Later lines replace earlier ones.
+// an empty name skipped, lines holding a NUL byte skipped. Later lines replace earlier ones.
 std::map<std::string, std::string> ParseBuildProp(const std::string& text);
 
 }  // namespace properties
