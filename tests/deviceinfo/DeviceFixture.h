@@ -11,15 +11,6 @@
 #include "TestSupport.h"
 
 namespace orvex {
-namespace hostlog {
-
-// Readable failures for records compared with EXPECT_EQ.
-inline void PrintTo(const Entry& entry, std::ostream* os) {
-    *os << "{" << entry.priority << ", \"" << entry.tag << "\", \"" << entry.message << "\"}";
-}
-
-}  // namespace hostlog
-
 namespace test {
 
 constexpr const char* kTag = "ScannerFramework";
