@@ -5,6 +5,7 @@
 // and so does destroying a failed Return whose status nobody looked at (isOk()).
 #pragma once
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include <string>
@@ -12,6 +13,7 @@
 #include <utility>
 
 #include <utils/Errors.h>
+#include <utils/StrongPointer.h>
 
 namespace android {
 namespace hardware {
@@ -115,6 +117,31 @@ public:
 
 private:
     T mVal{};
+};
+
+// Interface results also take references of derived types and null.
+template <typename T>
+class Return<sp<T>> : public details::return_status {
+public:
+    Return(sp<T> value) : details::return_status(), mVal(std::move(value)) {}
+    Return(std::nullptr_t) : details::return_status() {}
+    Return(T* value) : details::return_status(), mVal(value) {}
+    template <typename U, typename = std::enable_if_t<std::is_convertible<U*, T*>::value>>
+    Return(const sp<U>& value) : details::return_status(), mVal(value) {}
+    template <typename U, typename = std::enable_if_t<std::is_convertible<U*, T*>::value>>
+    Return(U* value) : details::return_status(), mVal(value) {}
+    Return(const Status& s) : details::return_status(s) {}
+    Return(Return&&) = default;
+    Return& operator=(Return&&) = default;
+
+    operator sp<T>() const {
+        onValueRetrieval();
+        return mVal;
+    }
+    sp<T> withDefault(sp<T> t) const { return isOk() ? mVal : t; }
+
+private:
+    sp<T> mVal;
 };
 
 template <>
