@@ -3,6 +3,9 @@
 #include <string>
 
 #include "ComponentIndex.h"
+// Kept although nothing here resolves a name: this file holds its own set of the resolver's
+// statics, constructed at this point of the load.
+#include "ConfigInfo.h"
 #include "ScannerLog.h"
 
 namespace {

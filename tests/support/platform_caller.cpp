@@ -6,12 +6,15 @@
 //   platform_caller create TAG NAME      print "module" or "null" for GetPlatformModule
 //   platform_caller abstract TAG         print "module" or "null" for GetAbstractedPlatformModule
 //   platform_caller version              print getPlatformVersion()
+//   platform_caller resolve NAME         print ConfigInfo::ResolveConfigDependency(NAME)
+//   platform_caller unlink PATH          remove the device file PATH under ORVEX_DEVICE_ROOT
 // Several commands may follow each other.
 
 #include <dlfcn.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -32,7 +35,10 @@ int main(int argc, char** argv) {
     auto abstracted =
         reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag)>(dlsym(lib, "GetAbstractedPlatformModule"));
     auto destroy = reinterpret_cast<void (*)(IPlatformModule*)>(dlsym(lib, "DeletePlatformModule"));
-    if (!version || !count || !create || !abstracted || !destroy) {
+    // An exported class reached by its mangled name, as a C caller would.
+    auto resolve = reinterpret_cast<std::string (*)(const char*)>(
+        dlsym(lib, "_ZN10ConfigInfo23ResolveConfigDependencyB5cxx11EPKc"));
+    if (!version || !count || !create || !abstracted || !destroy || !resolve) {
         fprintf(stderr, "missing export\n");
         return 3;
     }
@@ -53,6 +59,16 @@ int main(int argc, char** argv) {
             IPlatformModule* m = abstracted(static_cast<PlatformModuleTag>(atoi(argv[++i])));
             printf("%s\n", m ? "module" : "null");
             destroy(m);
+        } else if (cmd == "resolve" && i + 1 < argc) {
+            printf("%s\n", resolve(argv[++i]).c_str());
+            fflush(stdout);
+        } else if (cmd == "unlink" && i + 1 < argc) {
+            const char* root = getenv("ORVEX_DEVICE_ROOT");
+            std::string path = std::string(root != nullptr ? root : "") + argv[++i];
+            if (unlink(path.c_str()) != 0) {
+                perror("unlink");
+                return 2;
+            }
         } else {
             fprintf(stderr, "bad command %s\n", cmd.c_str());
             return 2;
