@@ -14,10 +14,16 @@ namespace feedback_test {
 
 // The scanner log level every feedback suite runs at, so that debug lines are written: the
 // level is read once when the library loads, so a suite started at another level re-executes
-// itself under a device root that sets this one.
+// itself under a device root of its own that sets this one.
 constexpr int kSuiteLogLevel = 1;
 
 using orvex::hostlog::Entry;
+
+// This process's device root, and files in it by device path.
+std::string DeviceRootPath();
+void WriteDeviceFile(const std::string& devicePath, const std::string& content);
+// What the volume-control library answers as the device's scanner beep volume.
+void SetScannerBeepVolume(int volume);
 
 inline Entry Debug(const std::string& text) { return {3, "ScannerFramework", text}; }
 inline Entry Info(const std::string& text) { return {4, "ScannerFramework", text}; }
