@@ -59,13 +59,14 @@ void RefBase::forceIncStrong(const void* id) const {
 
 void RefBase::decStrong(const void* id) const {
     weakref_impl* const refs = mRefs;
-    int32_t c = refs->mStrong.fetch_sub(1, std::memory_order_release);
+    // acq_rel instead of release plus an acquire fence: the same ordering, in a form that
+    // ThreadSanitizer follows (it does not model fences).
+    int32_t c = refs->mStrong.fetch_sub(1, std::memory_order_acq_rel);
     if (c <= 0 || c == kInitialStrongValue) {
         fprintf(stderr, "RefBase: decStrong() called on %p too many times\n", this);
         abort();
     }
     if (c == 1) {
-        std::atomic_thread_fence(std::memory_order_acquire);
         const_cast<RefBase*>(this)->onLastStrongRef(id);
         delete this;
     }
@@ -94,9 +95,8 @@ void RefBase::weakref_type::incWeak(const void*) {
 
 void RefBase::weakref_type::decWeak(const void*) {
     weakref_impl* const impl = static_cast<weakref_impl*>(this);
-    int32_t c = impl->mWeak.fetch_sub(1, std::memory_order_release);
+    int32_t c = impl->mWeak.fetch_sub(1, std::memory_order_acq_rel);
     if (c != 1) return;
-    std::atomic_thread_fence(std::memory_order_acquire);
     if (impl->mStrong.load(std::memory_order_relaxed) == kInitialStrongValue) {
         // Only weak references ever existed: the object goes with the last of them.
         delete impl->mBase;

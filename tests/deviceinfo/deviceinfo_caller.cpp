@@ -7,6 +7,7 @@
 //
 //   deviceinfo_caller CMD...   one or more of:
 //     cameras                 install the camera service from the device root's camera list
+//     setprop NAME VALUE      change a system property of this process
 //     info OP [ARG]           call one DeviceInfo operation and print its answer
 //     scanners                print the scanner list: "count N", then "I<TAB>NAME<TAB>MODEL"
 //     scanner OP [ARG]        call one SupportedScannerInfo operation and print its answer
@@ -33,6 +34,7 @@
 #include <vector>
 
 #include "orvex/camera_service.h"
+#include "orvex/properties.h"
 
 // The views have external linkage on purpose: in an anonymous namespace the compiler sees that
 // nothing derives from them and turns every call into a pure-virtual call.
@@ -221,6 +223,9 @@ int main(int argc, char** argv) {
                 fprintf(stderr, "no camera list\n");
                 return 2;
             }
+        } else if (cmd == "setprop" && i + 2 < argc) {
+            orvex::properties::Set(next, after);
+            i += 2;
         } else if (cmd == "info" && !next.empty()) {
             bool takesArg = next == "GetConfigPath";
             if (!CallInfo(next, after)) {

@@ -8,9 +8,12 @@
 //   platform_caller version              print getPlatformVersion()
 //   platform_caller resolve NAME         print ConfigInfo::ResolveConfigDependency(NAME)
 //   platform_caller unlink PATH          remove the device file PATH under ORVEX_DEVICE_ROOT
+//   platform_caller timer MS             start the timer service, run one MS timer, print "fired"
+//                                        (or "timeout" after 10 s), stop the service
 // Several commands may follow each other.
 
 #include <dlfcn.h>
+#include <poll.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -21,6 +24,18 @@
 class IPlatformModule;
 // Declared as the library declares it, so that the function types match exactly.
 enum PlatformModuleTag : int {};
+class TimerProvider;
+
+namespace {
+
+// Timer callback: the context, the timer's first field, is the write end of a pipe.
+void OnTimer(TimerProvider* timer) {
+    int fd = static_cast<int>(reinterpret_cast<intptr_t>(*reinterpret_cast<void**>(timer)));
+    char fired = 1;
+    (void)!write(fd, &fired, 1);
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
     void* lib = dlopen(ORVEX_BUILD_DIR "/lib/libplatform.orvex.so", RTLD_NOW | RTLD_LOCAL);
@@ -38,7 +53,16 @@ int main(int argc, char** argv) {
     // An exported class reached by its mangled name, as a C caller would.
     auto resolve = reinterpret_cast<std::string (*)(const char*)>(
         dlsym(lib, "_ZN10ConfigInfo23ResolveConfigDependencyB5cxx11EPKc"));
-    if (!version || !count || !create || !abstracted || !destroy || !resolve) {
+    auto timerInitialize =
+        reinterpret_cast<void (*)()>(dlsym(lib, "_ZN13TimerProvider10InitializeEv"));
+    auto timerDeInitialize =
+        reinterpret_cast<void (*)()>(dlsym(lib, "_ZN13TimerProvider12DeInitializeEv"));
+    auto timerCreate = reinterpret_cast<TimerProvider* (*)(int, void (*)(TimerProvider*), void*)>(
+        dlsym(lib, "_ZN13TimerProvider14CreateNewTimerEiPFvPS_EPv"));
+    auto timerStart =
+        reinterpret_cast<void (*)(TimerProvider*)>(dlsym(lib, "_ZN13TimerProvider5StartEv"));
+    if (!version || !count || !create || !abstracted || !destroy || !resolve ||
+        !timerInitialize || !timerDeInitialize || !timerCreate || !timerStart) {
         fprintf(stderr, "missing export\n");
         return 3;
     }
@@ -62,6 +86,19 @@ int main(int argc, char** argv) {
         } else if (cmd == "resolve" && i + 1 < argc) {
             printf("%s\n", resolve(argv[++i]).c_str());
             fflush(stdout);
+        } else if (cmd == "timer" && i + 1 < argc) {
+            int fired[2];
+            if (pipe(fired) != 0) return 3;
+            timerInitialize();
+            TimerProvider* timer = timerCreate(atoi(argv[++i]), OnTimer,
+                                               reinterpret_cast<void*>(intptr_t{fired[1]}));
+            timerStart(timer);
+            struct pollfd wait = {fired[0], POLLIN, 0};
+            printf("%s\n", poll(&wait, 1, 10000) == 1 ? "fired" : "timeout");
+            fflush(stdout);
+            timerDeInitialize();
+            close(fired[0]);
+            close(fired[1]);
         } else if (cmd == "unlink" && i + 1 < argc) {
             const char* root = getenv("ORVEX_DEVICE_ROOT");
             std::string path = std::string(root != nullptr ? root : "") + argv[++i];

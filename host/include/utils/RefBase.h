@@ -58,8 +58,7 @@ public:
     LightRefBase() : mCount(0) {}
     void incStrong(const void*) const { mCount.fetch_add(1, std::memory_order_relaxed); }
     void decStrong(const void*) const {
-        if (mCount.fetch_sub(1, std::memory_order_release) == 1) {
-            std::atomic_thread_fence(std::memory_order_acquire);
+        if (mCount.fetch_sub(1, std::memory_order_acq_rel) == 1) {
             delete static_cast<const T*>(this);
         }
     }

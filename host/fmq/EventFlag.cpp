@@ -1,0 +1,147 @@
+// Event flags on shared futexes.
+
+#include <fmq/EventFlag.h>
+
+#include <errno.h>
+#include <limits.h>
+#include <linux/futex.h>
+#include <string.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <new>
+
+#include <android/log.h>
+
+namespace android {
+namespace hardware {
+
+namespace {
+
+constexpr const char* kTag = "FMQ";
+
+long futex(std::atomic<uint32_t>* word, int op, uint32_t value, const struct timespec* timeout,
+           uint32_t bitmask) {
+    return syscall(SYS_futex, reinterpret_cast<uint32_t*>(word), op, value, timeout, nullptr,
+                   bitmask);
+}
+
+int64_t monotonicNanos() {
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64_t{now.tv_sec} * 1000000000 + now.tv_nsec;
+}
+
+}  // namespace
+
+status_t EventFlag::createEventFlag(int fd, off_t offset, EventFlag** eventFlag) {
+    if (eventFlag == nullptr) return BAD_VALUE;
+    *eventFlag = nullptr;
+    long page = sysconf(_SC_PAGESIZE);
+    off_t base = offset - offset % page;
+    size_t length = static_cast<size_t>(offset - base) + sizeof(uint32_t);
+    void* map = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd, base);
+    if (map == MAP_FAILED) {
+        status_t status = -errno;
+        __android_log_print(ANDROID_LOG_ERROR, kTag, "mmap failed: %s", strerror(errno));
+        return status;
+    }
+    auto* word = reinterpret_cast<std::atomic<uint32_t>*>(static_cast<char*>(map) + (offset - base));
+    *eventFlag = new (std::nothrow) EventFlag(word, true);
+    if (*eventFlag == nullptr) {
+        munmap(map, length);
+        return NO_MEMORY;
+    }
+    return OK;
+}
+
+status_t EventFlag::createEventFlag(std::atomic<uint32_t>* efWordPtr, EventFlag** eventFlag) {
+    if (eventFlag == nullptr) return BAD_VALUE;
+    *eventFlag = nullptr;
+    if (efWordPtr == nullptr) return BAD_VALUE;
+    *eventFlag = new (std::nothrow) EventFlag(efWordPtr, false);
+    return *eventFlag == nullptr ? NO_MEMORY : OK;
+}
+
+status_t EventFlag::deleteEventFlag(EventFlag** eventFlag) {
+    if (eventFlag == nullptr || *eventFlag == nullptr) return BAD_VALUE;
+    delete *eventFlag;
+    *eventFlag = nullptr;
+    return OK;
+}
+
+EventFlag::~EventFlag() {
+    if (mEfWordNeedsUnmapping) {
+        long page = sysconf(_SC_PAGESIZE);
+        uintptr_t address = reinterpret_cast<uintptr_t>(mEfWordPtr);
+        uintptr_t base = address - address % static_cast<uintptr_t>(page);
+        munmap(reinterpret_cast<void*>(base), address - base + sizeof(uint32_t));
+    }
+}
+
+status_t EventFlag::wake(uint32_t bitmask) {
+    if (bitmask == 0) return BAD_VALUE;
+    uint32_t old = mEfWordPtr->fetch_or(bitmask, std::memory_order_acq_rel);
+    if ((~old & bitmask) == 0) return OK;
+    if (futex(mEfWordPtr, FUTEX_WAKE_BITSET, INT_MAX, nullptr, bitmask) == -1) {
+        status_t status = -errno;
+        __android_log_print(ANDROID_LOG_ERROR, kTag, "Error in event flag wake attempt: %s",
+                            strerror(errno));
+        return status;
+    }
+    return OK;
+}
+
+status_t EventFlag::waitOnce(uint32_t bitmask, uint32_t* efState, int64_t timeoutNanoSeconds) {
+    uint32_t old = mEfWordPtr->fetch_and(~bitmask, std::memory_order_acq_rel);
+    if ((old & bitmask) != 0) {
+        *efState = old & bitmask;
+        return OK;
+    }
+    // Sleep only while the word still holds what was seen: a wake in between makes the
+    // kernel refuse the wait (EAGAIN) instead of losing it.
+    struct timespec deadline;
+    struct timespec* timeout = nullptr;
+    if (timeoutNanoSeconds > 0) {
+        int64_t at = monotonicNanos() + timeoutNanoSeconds;
+        deadline.tv_sec = at / 1000000000;
+        deadline.tv_nsec = at % 1000000000;
+        timeout = &deadline;
+    }
+    if (futex(mEfWordPtr, FUTEX_WAIT_BITSET, old & ~bitmask, timeout, bitmask) == -1) {
+        status_t status = -errno;
+        if (status != -EAGAIN && status != -ETIMEDOUT && status != -EINTR) {
+            __android_log_print(ANDROID_LOG_ERROR, kTag, "Event flag wait was unsuccessful: %s",
+                                strerror(errno));
+        }
+        *efState = 0;
+        return status;
+    }
+    old = mEfWordPtr->fetch_and(~bitmask, std::memory_order_acq_rel);
+    *efState = old & bitmask;
+    return *efState == 0 ? -EINTR : OK;
+}
+
+status_t EventFlag::wait(uint32_t bitmask, uint32_t* efState, int64_t timeoutNanoSeconds,
+                         bool retry) {
+    if (bitmask == 0 || efState == nullptr) return BAD_VALUE;
+    if (!retry) return waitOnce(bitmask, efState, timeoutNanoSeconds);
+    int64_t deadline = timeoutNanoSeconds > 0 ? monotonicNanos() + timeoutNanoSeconds : 0;
+    for (;;) {
+        int64_t remaining = 0;
+        if (deadline != 0) {
+            remaining = deadline - monotonicNanos();
+            if (remaining <= 0) {
+                *efState = 0;
+                return -ETIMEDOUT;
+            }
+        }
+        status_t status = waitOnce(bitmask, efState, remaining);
+        if (status != -EAGAIN && status != -EINTR) return status;
+    }
+}
+
+}  // namespace hardware
+}  // namespace android

@@ -1,0 +1,194 @@
+// libfmq's fast message queue for Linux hosts: a lock-free ring of fixed-size elements in
+// shared memory (memfd), for one reader and one writer that may sit in different components.
+// The queue's descriptor (getDesc) lets the other side build a queue over the same memory.
+//
+// Only the synchronized flavour is provided: a write that does not fit and a read of more than
+// is there both fail without touching the queue. The blocking read and write calls of libfmq
+// are not provided; pair the queue with an EventFlag on its event-flag word instead.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <memory>
+#include <type_traits>
+
+#include <cutils/native_handle.h>
+#include <fmq/EventFlag.h>
+#include <hidl/MQDescriptor.h>
+
+namespace android {
+namespace hardware {
+
+namespace details {
+// A new memfd of `bytes` bytes, or -1 (logged).
+int createQueueMemory(size_t bytes);
+// Maps `bytes` of `fd` shared for reading and writing; null on failure (logged).
+void* mapQueueMemory(int fd, size_t bytes);
+void unmapQueueMemory(void* address, size_t bytes);
+// Logs a queue error under the "FMQ" tag.
+void logQueueError(const char* message);
+}  // namespace details
+
+template <typename T, MQFlavor flavor>
+class MessageQueue final {
+    static_assert(std::is_trivially_copyable<T>::value, "queue elements are copied as bytes");
+    static_assert(flavor == kSynchronizedReadWrite, "only the synchronized flavour is provided");
+
+public:
+    typedef MQDescriptor<T, flavor> Descriptor;
+
+    // A new queue of `numElementsInQueue` elements, with an event-flag word when asked. Check
+    // isValid(): creating or mapping the memory may fail.
+    MessageQueue(size_t numElementsInQueue, bool configureEventFlagWord = false);
+
+    // The queue that `desc` describes, over the same memory (mapped anew). With
+    // `resetPointers`, the queue starts empty.
+    MessageQueue(const Descriptor& desc, bool resetPointers = true);
+
+    ~MessageQueue();
+    MessageQueue(const MessageQueue&) = delete;
+    MessageQueue& operator=(const MessageQueue&) = delete;
+
+    size_t getQuantumSize() const { return sizeof(T); }
+    size_t getQuantumCount() const { return mCapacity; }
+    bool isValid() const { return mRing != nullptr; }
+
+    // Elements that a write of this many would fit / a read could take now.
+    size_t availableToWrite() const;
+    size_t availableToRead() const;
+
+    bool write(const T* data) { return write(data, 1); }
+    bool read(T* data) { return read(data, 1); }
+    // All `count` elements or none: false when they do not fit (write) or are not there (read).
+    bool write(const T* data, size_t count);
+    bool read(T* data, size_t count);
+
+    const Descriptor* getDesc() const { return mDesc.get(); }
+    // The event-flag word in the shared memory; null when the queue has none.
+    std::atomic<uint32_t>* getEventFlagWord() const { return mEvFlagWord; }
+
+private:
+    void map(bool resetPointers);
+
+    std::unique_ptr<Descriptor> mDesc;
+    void* mMapping = nullptr;
+    size_t mMappingSize = 0;
+    std::atomic<uint64_t>* mReadPtr = nullptr;   // elements read so far, written by the reader
+    std::atomic<uint64_t>* mWritePtr = nullptr;  // elements written so far, written by the writer
+    std::atomic<uint32_t>* mEvFlagWord = nullptr;
+    T* mRing = nullptr;
+    size_t mCapacity = 0;
+};
+
+template <typename T, MQFlavor flavor>
+MessageQueue<T, flavor>::MessageQueue(size_t numElementsInQueue, bool configureEventFlagWord) {
+    if (numElementsInQueue == 0 || numElementsInQueue > SIZE_MAX / sizeof(T) / 2) {
+        details::logQueueError("Requested queue size is out of range.");
+        return;
+    }
+    size_t ringBytes = numElementsInQueue * sizeof(T);
+    size_t bytes = Descriptor::kDataOffset + ringBytes;
+    int fd = details::createQueueMemory(bytes);
+    if (fd < 0) return;
+    native_handle_t* handle = native_handle_create(1, 0);
+    if (handle == nullptr) {
+        close(fd);
+        return;
+    }
+    handle->data[0] = fd;
+    mDesc.reset(new Descriptor(ringBytes, handle, sizeof(T), configureEventFlagWord));
+    map(true);
+}
+
+template <typename T, MQFlavor flavor>
+MessageQueue<T, flavor>::MessageQueue(const Descriptor& desc, bool resetPointers) {
+    if (!desc.isHandleValid() || desc.handle()->numFds < 1 ||
+        desc.countGrantors() < static_cast<size_t>(Descriptor::kMinGrantorCount) ||
+        desc.getQuantum() != sizeof(T) || desc.getSize() == 0 ||
+        desc.getSize() % sizeof(T) != 0) {
+        details::logQueueError("Invalid descriptor for a message queue.");
+        return;
+    }
+    mDesc.reset(new Descriptor(desc));
+    if (!mDesc->isHandleValid()) {
+        mDesc.reset();
+        return;
+    }
+    map(resetPointers);
+}
+
+template <typename T, MQFlavor flavor>
+void MessageQueue<T, flavor>::map(bool resetPointers) {
+    size_t bytes = mDesc->mappedSize();
+    void* base = details::mapQueueMemory(mDesc->handle()->data[0], bytes);
+    if (base == nullptr) return;
+    mMapping = base;
+    mMappingSize = bytes;
+    const auto& grantors = mDesc->grantors();
+    char* bytesBase = static_cast<char*>(base);
+    mReadPtr = reinterpret_cast<std::atomic<uint64_t>*>(bytesBase + grantors[Descriptor::READPTRPOS].offset);
+    mWritePtr = reinterpret_cast<std::atomic<uint64_t>*>(bytesBase + grantors[Descriptor::WRITEPTRPOS].offset);
+    if (grantors.size() > static_cast<size_t>(Descriptor::EVFLAGWORDPOS)) {
+        mEvFlagWord = reinterpret_cast<std::atomic<uint32_t>*>(
+                bytesBase + grantors[Descriptor::EVFLAGWORDPOS].offset);
+    }
+    mCapacity = mDesc->getSize() / sizeof(T);
+    if (resetPointers) {
+        mReadPtr->store(0, std::memory_order_release);
+        mWritePtr->store(0, std::memory_order_release);
+    }
+    mRing = reinterpret_cast<T*>(bytesBase + grantors[Descriptor::DATAPTRPOS].offset);
+}
+
+template <typename T, MQFlavor flavor>
+MessageQueue<T, flavor>::~MessageQueue() {
+    if (mMapping != nullptr) details::unmapQueueMemory(mMapping, mMappingSize);
+}
+
+template <typename T, MQFlavor flavor>
+size_t MessageQueue<T, flavor>::availableToWrite() const {
+    if (!isValid()) return 0;
+    uint64_t used = mWritePtr->load(std::memory_order_relaxed) -
+                    mReadPtr->load(std::memory_order_acquire);
+    return used >= mCapacity ? 0 : mCapacity - static_cast<size_t>(used);
+}
+
+template <typename T, MQFlavor flavor>
+size_t MessageQueue<T, flavor>::availableToRead() const {
+    if (!isValid()) return 0;
+    uint64_t used = mWritePtr->load(std::memory_order_acquire) -
+                    mReadPtr->load(std::memory_order_relaxed);
+    // More than the ring holds means the counters were corrupted: nothing is trusted.
+    return used > mCapacity ? 0 : static_cast<size_t>(used);
+}
+
+template <typename T, MQFlavor flavor>
+bool MessageQueue<T, flavor>::write(const T* data, size_t count) {
+    if (count > availableToWrite()) return false;
+    uint64_t position = mWritePtr->load(std::memory_order_relaxed);
+    size_t start = static_cast<size_t>(position % mCapacity);
+    size_t first = count < mCapacity - start ? count : mCapacity - start;
+    memcpy(mRing + start, data, first * sizeof(T));
+    memcpy(mRing, data + first, (count - first) * sizeof(T));
+    mWritePtr->store(position + count, std::memory_order_release);
+    return true;
+}
+
+template <typename T, MQFlavor flavor>
+bool MessageQueue<T, flavor>::read(T* data, size_t count) {
+    if (count > availableToRead()) return false;
+    uint64_t position = mReadPtr->load(std::memory_order_relaxed);
+    size_t start = static_cast<size_t>(position % mCapacity);
+    size_t first = count < mCapacity - start ? count : mCapacity - start;
+    memcpy(data, mRing + start, first * sizeof(T));
+    memcpy(data + first, mRing, (count - first) * sizeof(T));
+    mReadPtr->store(position + count, std::memory_order_release);
+    return true;
+}
+
+}  // namespace hardware
+}  // namespace android

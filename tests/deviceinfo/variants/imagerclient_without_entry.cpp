@@ -1,0 +1,2 @@
+// An imager client library without its GetImagerModule entry point.
+extern "C" __attribute__((visibility("default"))) int GetImagerModuleVersion() { return 1; }
