@@ -84,7 +84,7 @@ bool FakeAidlLights::WaitForSetCalls(size_t count, std::chrono::milliseconds tim
 
 android::binder::Status FakeAidlLights::setLightState(int32_t id, const HwLightState& state) {
     std::lock_guard<std::mutex> lock(mMutex);
-    mCalls.push_back({Call::kSetLightState, id, state});
+    mCalls.push_back({Call::kSetLightState, id, state, pthread_self()});
     mCalled.notify_all();
     for (const HwLight& light : mLights) {
         if (light.id == id) return android::binder::Status::ok();
@@ -95,9 +95,14 @@ android::binder::Status FakeAidlLights::setLightState(int32_t id, const HwLightS
 
 android::binder::Status FakeAidlLights::getLights(std::vector<HwLight>* lights) {
     std::lock_guard<std::mutex> lock(mMutex);
-    mCalls.push_back({Call::kGetLights, 0, HwLightState()});
+    mCalls.push_back({Call::kGetLights, 0, HwLightState(), pthread_self()});
     *lights = mLights;
     return android::binder::Status::ok();
+}
+
+std::ostream& operator<<(std::ostream& out, const FakeAidlLights::Call& call) {
+    if (call.kind == FakeAidlLights::Call::kGetLights) return out << "getLights()";
+    return out << "setLightState(" << call.id << ", " << call.state.toString() << ")";
 }
 
 }  // namespace sim

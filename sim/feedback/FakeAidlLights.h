@@ -3,11 +3,13 @@
 #pragma once
 
 #include <android/hardware/light/BnLights.h>
+#include <pthread.h>
 #include <stdint.h>
 
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -23,8 +25,9 @@ class FakeAidlLights : public android::hardware::light::BnLights {
 
     struct Call {
         enum Kind { kGetLights, kSetLightState } kind;
-        int32_t id = 0;      // kSetLightState
-        HwLightState state;  // kSetLightState
+        int32_t id = 0;        // kSetLightState
+        HwLightState state;    // kSetLightState
+        pthread_t thread = 0;  // the caller's thread; not compared
 
         bool operator==(const Call& o) const {
             return kind == o.kind && id == o.id && state == o.state;
@@ -65,6 +68,8 @@ class FakeAidlLights : public android::hardware::light::BnLights {
     std::vector<HwLight> mLights;
     std::vector<Call> mCalls;
 };
+
+std::ostream& operator<<(std::ostream& out, const FakeAidlLights::Call& call);
 
 // A light entry; `type` may be a device type outside the standard ones.
 android::hardware::light::HwLight MakeLight(int32_t id, int32_t ordinal, int type);
