@@ -200,7 +200,9 @@ void HWBeep<T>::SetParameter(char const* name, char const* value) {
     } else if (strncmp(name, "volume_slider_type", kKeyCompareLength) == 0) {
         i_VolumeSliderType = atoi(value);
     } else if (strncmp(name, "ignore_ovc_volume", kKeyCompareLength) == 0) {
-        b_ignore_ovc_volume = strncmp(value, "true", 100) == 0;
+        // A bounded compare of a literal: only "true" itself matches.
+        b_ignore_ovc_volume =
+            strncmp(value, "true", 100) == 0;  // NOLINT(bugprone-not-null-terminated-result)
         if (b_ignore_ovc_volume) SF_LOGD("[HWBeep::SetParameter] b_ignore_ovc_volume to true\n");
     }
 }

@@ -1,5 +1,7 @@
 #include "IAudioManager.h"
 
+#include <utility>
+
 #include "BpAudioManager.h"
 
 const android::String16 IAudioManager::descriptor("android.media.IAudioService");
@@ -21,7 +23,7 @@ android::sp<IAudioManager> IAudioManager::asInterface(const android::sp<android:
 
 bool IAudioManager::setDefaultImpl(android::sp<IAudioManager> impl) {
     if (!default_impl && impl) {
-        default_impl = impl;
+        default_impl = std::move(impl);
         return true;
     }
     return false;

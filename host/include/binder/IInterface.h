@@ -4,6 +4,8 @@
 
 #include <binder/Binder.h>
 
+#include <utility>
+
 namespace android {
 
 class IInterface : public virtual RefBase {
@@ -87,7 +89,7 @@ class BpInterface : public INTERFACE, public BpRefBase {
     ::android::sp<I##INTERFACE> I##INTERFACE::default_impl;                   \
     bool I##INTERFACE::setDefaultImpl(::android::sp<I##INTERFACE> impl) {     \
         if (!I##INTERFACE::default_impl && impl) {                            \
-            I##INTERFACE::default_impl = impl;                                \
+            I##INTERFACE::default_impl = std::move(impl);                     \
             return true;                                                      \
         }                                                                     \
         return false;                                                         \
