@@ -30,7 +30,14 @@ std::vector<std::string> CommandLine() {
     return args;
 }
 
+bool OwnsRoot() {
+    const char* owner = getenv(kOwnerVariable);
+    return owner != nullptr && atoi(owner) == getpid();
+}
+
+// Children forked by death tests inherit the exit handler; only the owner removes the root.
 void RemoveOwnRoot() {
+    if (!OwnsRoot()) return;
     std::error_code ignored;
     std::filesystem::remove_all(DeviceRootPath(), ignored);
 }
@@ -43,7 +50,7 @@ class LogLevelEnvironment : public ::testing::Environment {
     void SetUp() override {
         const char* owner = getenv(kOwnerVariable);
         if (LoglevelManager::GetScannerLogLevel() == kSuiteLogLevel) {
-            if (owner != nullptr && atoi(owner) == getpid()) atexit(RemoveOwnRoot);
+            if (OwnsRoot()) atexit(RemoveOwnRoot);
             return;
         }
         if (owner != nullptr) {  // once only: a root that failed to set the level must not loop
