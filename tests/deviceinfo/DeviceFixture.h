@@ -4,22 +4,12 @@
 #pragma once
 
 #include <map>
-#include <ostream>
 #include <string>
 #include <vector>
 
 #include "TestSupport.h"
 
 namespace orvex {
-namespace hostlog {
-
-// Readable failures for records compared with EXPECT_EQ.
-inline void PrintTo(const Entry& entry, std::ostream* os) {
-    *os << "{" << entry.priority << ", \"" << entry.tag << "\", \"" << entry.message << "\"}";
-}
-
-}  // namespace hostlog
-
 namespace test {
 
 constexpr const char* kTag = "ScannerFramework";
