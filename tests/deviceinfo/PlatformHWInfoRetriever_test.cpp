@@ -1,38 +1,19 @@
-// The hardware-info module: registered under tag 12, always supported, both SKU answers false.
-
-#include "PlatformHWInfoRetriever.h"
+// The hardware-info module as a caller obtains it: registered under tag 12, always supported,
+// both SKU answers false.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "DeviceFixture.h"
-#include "Platform.h"
 #include "TestSupport.h"
 
 namespace {
 
 using namespace orvex::test;
 using orvex::hostlog::Entry;
-
-TEST(PlatformHWInfoRetriever, AbstractedRequestForTag12GivesTheModuleAnsweringFalse) {
-    EXPECT_EQ(1, GetNumberOfPlatformModulesForTag(PLATFORM_MODULE_HW_INFO));
-    IPlatformModule* module = GetAbstractedPlatformModule(PLATFORM_MODULE_HW_INFO);
-    ASSERT_NE(nullptr, module);
-    auto* hwInfo = static_cast<IHWInfoModule*>(module);
-    EXPECT_TRUE(hwInfo->IsSupported());
-    EXPECT_STREQ("PlatformHWInfoRetriever", hwInfo->GetModuleName());
-    EXPECT_FALSE(hwInfo->isDeviceFederalSku1());
-    EXPECT_FALSE(hwInfo->isDeviceFederalSku2());
-    DeletePlatformModule(module);
-
-    std::unique_ptr<IPlatformModule> named(
-        GetPlatformModule(PLATFORM_MODULE_HW_INFO, "PlatformHWInfoRetriever"));
-    EXPECT_NE(nullptr, named);
-}
 
 TEST(PlatformHWInfoRetriever, CallerObtainsItByTagAndByNameAndSeesItsLifeAtDebugLevel) {
     Device device;
