@@ -1,9 +1,24 @@
 #include "CallLog.h"
 
+#include "Timeline.h"
+
 namespace orvex {
 namespace sim {
 
+void CallLog::SetName(std::string name) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mName = std::move(name);
+}
+
 void CallLog::Add(std::string call) {
+    if (Timeline::Active()) {
+        std::string name;
+        {
+            std::lock_guard<std::mutex> lock(mLock);
+            name = mName;
+        }
+        Timeline::Record(name, call);
+    }
     {
         std::lock_guard<std::mutex> lock(mLock);
         mCalls.push_back(std::move(call));

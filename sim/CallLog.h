@@ -13,6 +13,8 @@ namespace sim {
 
 class CallLog {
   public:
+    // The service's name on the process-wide timeline (see Timeline.h).
+    void SetName(std::string name);
     void Add(std::string call);
     std::vector<std::string> Calls() const;
     // Calls whose method name (text before the parenthesis) is `method`.
@@ -29,6 +31,7 @@ class CallLog {
     mutable std::mutex mLock;
     mutable std::condition_variable mChanged;
     std::vector<std::string> mCalls;  // GUARDED_BY(mLock)
+    std::string mName = "service";    // GUARDED_BY(mLock)
 };
 
 }  // namespace sim

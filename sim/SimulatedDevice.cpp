@@ -1,17 +1,65 @@
 #include "SimulatedDevice.h"
 
+#include <fstream>
+
+#include "feedback/FakeAidlLights.h"
+#include "feedback/FakeAudioService.h"
+#include "feedback/FakeHardwareBeep.h"
+#include "feedback/FakeHidlLight.h"
+#include "feedback/FakePlugableDeviceNotifier.h"
 #include "orvex/camera_service.h"
+#include "orvex/device_root.h"
 
 namespace orvex {
 namespace sim {
 
+namespace {
+
+std::map<std::string, std::string> ReadServices() {
+    std::map<std::string, std::string> services = {{"hardware_manager", "1"},
+                                                   {"beep", "1"},
+                                                   {"light", "hidl"},
+                                                   {"audio", "1"},
+                                                   {"external_vibrator", "0"}};
+    std::ifstream in(DevicePath("/sim/services.prop"));
+    std::string line;
+    while (std::getline(in, line)) {
+        if (line.empty() || line[0] == '#') continue;
+        size_t eq = line.find('=');
+        if (eq != std::string::npos) services[line.substr(0, eq)] = line.substr(eq + 1);
+    }
+    return services;
+}
+
+}  // namespace
+
 SimulatedDevice::SimulatedDevice() : mHardwareManager(new HardwareManagerSim(false)) {}
 
-SimulatedDevice::~SimulatedDevice() = default;
+SimulatedDevice::~SimulatedDevice() {
+    mHardwareManager.reset();
+    if (mBeep) FakeHardwareBeep::Remove();
+    if (mHidlLight) FakeHidlLight::Remove();
+}
 
 void SimulatedDevice::Start() {
+    mServices = ReadServices();
     camera::LoadProfileCameras();
+    if (mServices["audio"] == "1") mAudio = FakeAudioService::Register();
+    if (mServices["beep"] == "1") mBeep = FakeHardwareBeep::Register();
+    if (mServices["light"] == "hidl") mHidlLight = FakeHidlLight::Register();
+    if (mServices["light"] == "aidl") mAidlLights = FakeAidlLights::Register();
+    if (mServices["hardware_manager"] != "1") return;
+
+    mNotifier = new FakePlugableDeviceNotifier();
+    mNotifier->SetExternalVibratorPresent(mServices["external_vibrator"] == "1");
+    mNotifier->calls().SetName("IPlugableDeviceNotifier");
+    ::android::sp<FakePlugableDeviceNotifier> notifier = mNotifier;
+    mHardwareManager->AddBuilder([notifier](FakeDCHWManager& manager) {
+        manager.calls().SetName("IDCHWManager");
+        manager.SetPlugableDeviceNotifier(notifier);
+    });
     mHardwareManager->Start();
+    mHardwareManager->trigger()->calls().SetName("ITrigger");
 }
 
 }  // namespace sim

@@ -1,14 +1,30 @@
 // The whole simulated device behind one object, for the tool and end-to-end tests: every fake
 // service the device's profile calls for, started from the device root in ORVEX_DEVICE_ROOT.
 // Tests of one module drive the individual fakes instead.
+//
+// Which services exist comes from the profile's /sim/services.prop ("name=value" lines):
+//   hardware_manager=1|0   the data-capture hardware manager and its sub-interfaces
+//   beep=1|0               the beep service
+//   light=hidl|aidl|none   the lights service and its flavour
+//   audio=1|0              the audio service
+//   external_vibrator=1|0  an external vibrator on the pluggable-device interface
+// A missing file or key means present (light: hidl, external_vibrator: 0).
 #pragma once
 
+#include <map>
 #include <memory>
+#include <string>
 
 #include "HardwareManagerSim.h"
 
 namespace orvex {
 namespace sim {
+
+class FakeAudioService;
+class FakeHardwareBeep;
+class FakeHidlLight;
+class FakeAidlLights;
+class FakePlugableDeviceNotifier;
 
 class SimulatedDevice {
 public:
@@ -17,14 +33,28 @@ public:
     SimulatedDevice(const SimulatedDevice&) = delete;
     SimulatedDevice& operator=(const SimulatedDevice&) = delete;
 
-    // Starts the services: the camera service from the profile's camera list, the hardware
-    // manager with its sub-interfaces.
+    // Starts the services the profile names.
     void Start();
 
     HardwareManagerSim& hardwareManager() { return *mHardwareManager; }
+    // Null when the profile has no such service.
+    FakeHardwareBeep* beep() const { return mBeep.get(); }
+    FakeHidlLight* hidlLight() const { return mHidlLight.get(); }
+    FakeAidlLights* aidlLights() const { return mAidlLights.get(); }
+    FakeAudioService* audio() const { return mAudio.get(); }
+    FakePlugableDeviceNotifier* plugableDeviceNotifier() const { return mNotifier.get(); }
+
+    // The profile's service settings, as read by Start().
+    const std::map<std::string, std::string>& services() const { return mServices; }
 
 private:
+    std::map<std::string, std::string> mServices;
     std::unique_ptr<HardwareManagerSim> mHardwareManager;
+    ::android::sp<FakeHardwareBeep> mBeep;
+    ::android::sp<FakeHidlLight> mHidlLight;
+    ::android::sp<FakeAidlLights> mAidlLights;
+    ::android::sp<FakeAudioService> mAudio;
+    ::android::sp<FakePlugableDeviceNotifier> mNotifier;
 };
 
 }  // namespace sim

@@ -1,5 +1,9 @@
 #include "FakeAidlLights.h"
 
+#include <stdio.h>
+
+#include "Timeline.h"
+
 #include <binder/IServiceManager.h>
 #include <binder/Status.h>
 
@@ -85,6 +89,12 @@ bool FakeAidlLights::WaitForSetCalls(size_t count, std::chrono::milliseconds tim
 android::binder::Status FakeAidlLights::setLightState(int32_t id, const HwLightState& state) {
     std::lock_guard<std::mutex> lock(mMutex);
     mCalls.push_back({Call::kSetLightState, id, state, pthread_self()});
+    if (Timeline::Active()) {
+        char text[64];
+        snprintf(text, sizeof text, "setLightState(%d, color=0x%08x)", id,
+                 static_cast<uint32_t>(state.color));
+        Timeline::Record("ILights", text);
+    }
     mCalled.notify_all();
     for (const HwLight& light : mLights) {
         if (light.id == id) return android::binder::Status::ok();

@@ -1,5 +1,7 @@
 #include "FakeAudioService.h"
 
+#include "Timeline.h"
+
 #include <binder/IServiceManager.h>
 #include <binder/Status.h>
 #include <utils/String16.h>
@@ -70,6 +72,11 @@ android::status_t FakeAudioService::onTransact(uint32_t code, const android::Par
     }
     android::Parcel discarded;
     if (reply == nullptr) reply = &discarded;
+    if (Timeline::Active()) {
+        Timeline::Record("audio", code == SET_STREAM_VOLUME   ? "transact(SET_STREAM_VOLUME)"
+                                  : code == GET_STREAM_VOLUME ? "transact(GET_STREAM_VOLUME)"
+                                                              : "transact(GET_STREAM_MAX_VOLUME)");
+    }
     std::lock_guard<std::mutex> lock(mMutex);
     mLastRequest.assign(data.data(), data.data() + data.dataSize());
     Transaction t;

@@ -1,5 +1,9 @@
 #include "FakeHardwareBeep.h"
 
+#include <sstream>
+
+#include "Timeline.h"
+
 #include "orvex/hidl_registry.h"
 
 namespace orvex {
@@ -43,9 +47,21 @@ void FakeHardwareBeep::ClearCalls() {
     mCalls.clear();
 }
 
+namespace {
+
+void Note(const FakeHardwareBeep::Call& call) {
+    if (!Timeline::Active()) return;
+    std::ostringstream text;
+    text << call;
+    Timeline::Record("IHardwareBeepConfigs", text.str());
+}
+
+}  // namespace
+
 FakeHardwareBeep::Return<int32_t> FakeHardwareBeep::startBeep() {
     std::lock_guard<std::mutex> lock(mMutex);
     mCalls.push_back(StartBeep());
+    Note(mCalls.back());
     if (mStartAnswers.empty()) return mLastStartAnswer;
     const int32_t answer = mStartAnswers.front();
     mStartAnswers.pop_front();
@@ -65,12 +81,14 @@ FakeHardwareBeep::Return<void> FakeHardwareBeep::setBeepConfig(int32_t frequency
                                                                int32_t timeoutAfter) {
     std::lock_guard<std::mutex> lock(mMutex);
     mCalls.push_back(SetBeepConfig(frequency, duration, volume, timeout, timeoutAfter));
+    Note(mCalls.back());
     return Void();
 }
 
 FakeHardwareBeep::Return<bool> FakeHardwareBeep::isHWBeepSupported() {
     std::lock_guard<std::mutex> lock(mMutex);
     mCalls.push_back(IsHWBeepSupported());
+    Note(mCalls.back());
     return mSupported;
 }
 

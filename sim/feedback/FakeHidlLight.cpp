@@ -1,5 +1,9 @@
 #include "FakeHidlLight.h"
 
+#include <stdio.h>
+
+#include "Timeline.h"
+
 #include <algorithm>
 
 #include "orvex/hidl_registry.h"
@@ -46,6 +50,12 @@ bool FakeHidlLight::WaitForCalls(size_t count, std::chrono::milliseconds timeout
 Return<FakeHidlLight::Status> FakeHidlLight::setLight(Type type, const LightState& state) {
     std::lock_guard<std::mutex> lock(mMutex);
     mCalls.push_back({static_cast<int>(type), state, pthread_self()});
+    if (Timeline::Active()) {
+        char text[64];
+        snprintf(text, sizeof text, "setLight(%d, color=0x%08x)", static_cast<int>(type),
+                 state.color);
+        Timeline::Record("ILight", text);
+    }
     mCalled.notify_all();
     if (std::find(mTypes.begin(), mTypes.end(), static_cast<int>(type)) == mTypes.end()) {
         return Status::LIGHT_NOT_SUPPORTED;
