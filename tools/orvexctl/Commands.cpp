@@ -31,6 +31,10 @@ int RunModulesCommand(const Options& options, const std::vector<std::string>& ar
     return RunProbeCommand("modules", options, args);
 }
 
+int RunScan(const Options& options, const std::vector<std::string>& args) {
+    return RunProbeCommand("scan", options, args);
+}
+
 int RunInfo(const Options& options, const std::vector<std::string>& args) {
     if (!args.empty()) {
         fprintf(stderr, "orvexctl info: takes no arguments\n");
@@ -85,6 +89,7 @@ CommandFn FindCommand(const std::string& name) {
     if (name == "modules") return RunModulesCommand;
     if (name == "resolve") return RunResolve;
     if (name == "info") return RunInfo;
+    if (name == "scan") return RunScan;
     if (name == "check") return RunCheck;
     return nullptr;
 }

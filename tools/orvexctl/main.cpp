@@ -34,6 +34,7 @@ void Usage(FILE* out) {
             "  info              device facts, supported scanners and trigger keys\n"
             "  check             every configuration file the library reads, each step as the\n"
             "                    scanning service would meet it, then likely mistakes\n"
+            "  scan [--presses N]  the typical scan on the simulated device, as a timeline\n"
             "\n"
             "options:\n"
             "  --profile NAME|DIR  a built-in profile, or a profile directory (default: default)\n"

@@ -22,6 +22,7 @@ extern "C" __attribute__((visibility("default"))) int orvexctl_probe_run(
     if (name == "resolve") return orvexctl::ProbeResolve(context, args);
     if (name == "modules") return orvexctl::ProbeModules(context, args);
     if (name == "check-step") return orvexctl::ProbeCheckStep(context, args);
+    if (name == "scan") return orvexctl::ProbeScan(context, args);
     if (name == "info") return orvexctl::ProbeInfo(context, args);
     fprintf(stderr, "orvexctl probe: unknown command %s\n", command);
     return 2;

@@ -15,6 +15,7 @@ struct ProbeContext {
 int ProbeResolve(const ProbeContext& context, const std::vector<std::string>& names);
 int ProbeModules(const ProbeContext& context, const std::vector<std::string>& args);
 int ProbeCheckStep(const ProbeContext& context, const std::vector<std::string>& args);
+int ProbeScan(const ProbeContext& context, const std::vector<std::string>& args);
 int ProbeInfo(const ProbeContext& context, const std::vector<std::string>& args);
 
 }  // namespace orvexctl
