@@ -1,0 +1,111 @@
+// A caller of the imager module as the scanning service is one: it loads the built library with
+// dlopen, obtains the module through GetPlatformModule and uses it and its adapter only through
+// their tables of virtual functions. The simulated hardware manager runs in this process with
+// an imager, its control and its adapter.
+//
+//   imaging_caller CMD...   one or more of:
+//     stop HALT FLAG        the adapter's StopStreaming(HALT, FLAG) (HALT 0 or 1); prints the
+//                           adapter service's calls, one per line
+//     stream N              Init 1280x800x8, Enable, StartStreaming, wait for N frames (10 s at
+//                           most), Disable; prints "frames N" with the number received, and
+//                           "caller thread" when a frame arrived on the calling thread
+
+#include <dlfcn.h>
+#include <stdio.h>
+#include <stdlib.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+
+#include "FakeImager.h"
+#include "FakeImagerAdapter.h"
+#include "FakeImagerControl.h"
+#include "HardwareManagerSim.h"
+#include "PlatformModuleInterfaces.h"
+
+namespace {
+
+class CountingCallback : public IImageCallback {
+  public:
+    bool OnReceiveFrame(void*) override {
+        if (std::this_thread::get_id() == caller) onCaller = true;
+        ++frames;
+        return true;
+    }
+    std::thread::id caller = std::this_thread::get_id();
+    std::atomic<int> frames{0};
+    std::atomic<bool> onCaller{false};
+};
+
+void PrintAndClear(orvex::sim::FakeImagerAdapter& adapter) {
+    for (const std::string& call : adapter.calls().Calls()) printf("%s\n", call.c_str());
+    adapter.calls().Clear();
+    fflush(stdout);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    android::sp<orvex::sim::FakeImagerAdapter> fakeAdapter;
+    orvex::sim::HardwareManagerSim sim(false);
+    sim.AddBuilder([&](orvex::sim::FakeDCHWManager& manager) {
+        android::sp<orvex::sim::FakeImager> imager = new orvex::sim::FakeImager;
+        fakeAdapter = new orvex::sim::FakeImagerAdapter;
+        imager->SetControl(new orvex::sim::FakeImagerControl);
+        imager->SetAdapter(fakeAdapter);
+        manager.SetImager(imager);
+    });
+    sim.Start();
+
+    void* lib = dlopen(ORVEX_BUILD_DIR "/lib/libplatform.orvex.so", RTLD_NOW | RTLD_LOCAL);
+    if (lib == nullptr) {
+        fprintf(stderr, "dlopen: %s\n", dlerror());
+        return 3;
+    }
+    auto create = reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag, const char*)>(
+        dlsym(lib, "GetPlatformModule"));
+    auto destroy = reinterpret_cast<void (*)(IPlatformModule*)>(dlsym(lib, "DeletePlatformModule"));
+    if (create == nullptr || destroy == nullptr) {
+        fprintf(stderr, "missing export\n");
+        return 3;
+    }
+    auto* module = static_cast<IImagerModule*>(create(PLATFORM_MODULE_IMAGER, "ImagerHIDLProxy"));
+    if (module == nullptr) {
+        fprintf(stderr, "no imager module\n");
+        return 3;
+    }
+    // The adapter's class is the library's own; callers know it by its operations only.
+    auto* adapter = reinterpret_cast<IImagerAdapterProxy*>(module->getImagerAdapterHIDLProxy());
+    fakeAdapter->calls().Clear();
+
+    CountingCallback callback;
+    for (int i = 1; i < argc; ++i) {
+        std::string cmd = argv[i];
+        if (cmd == "stop" && i + 2 < argc) {
+            bool halt = atoi(argv[++i]) != 0;
+            int flag = atoi(argv[++i]);
+            adapter->StopStreaming(halt, flag);
+            PrintAndClear(*fakeAdapter);
+        } else if (cmd == "stream" && i + 1 < argc) {
+            int wanted = atoi(argv[++i]);
+            fakeAdapter->SetFrameRate(0);
+            adapter->InitAdapter("V4L2Adapter", __preview_size__{1280, 800, 8, false, false});
+            adapter->Enable(&callback);
+            adapter->StartStreaming();
+            fakeAdapter->WaitForFrames(static_cast<uint64_t>(wanted));
+            adapter->Disable();
+            int received = callback.frames.load();
+            printf("frames %d\n", received >= wanted ? wanted : received);
+            if (callback.onCaller) printf("caller thread\n");
+            fflush(stdout);
+            fakeAdapter->calls().Clear();
+        } else {
+            fprintf(stderr, "bad command %s\n", cmd.c_str());
+            return 2;
+        }
+    }
+    module->deInit();
+    destroy(module);
+    return 0;
+}
