@@ -42,38 +42,53 @@ int FakeImager::OpenCount() const {
     return mOpenCount;
 }
 
+void FakeImager::SetCallHook(std::function<void(const std::string& call)> hook) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mHook = std::move(hook);
+}
+
+void FakeImager::Record(const std::string& call) {
+    calls().Add(call);
+    std::function<void(const std::string&)> hook;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        hook = mHook;
+    }
+    if (hook) hook(call);
+}
+
 Return<int8_t> FakeImager::openImager() {
-    calls().Add("openImager()");
+    Record("openImager()");
     std::lock_guard<std::mutex> lock(mLock);
     if (mAnswers.openImager != -1) ++mOpenCount;
     return mAnswers.openImager;
 }
 
 Return<int8_t> FakeImager::closeImager() {
-    calls().Add("closeImager()");
+    Record("closeImager()");
     std::lock_guard<std::mutex> lock(mLock);
     if (mOpenCount > 0) --mOpenCount;
     return mAnswers.closeImager;
 }
 
 Return<void> FakeImager::getEngineID(getEngineID_cb _hidl_cb) {
-    calls().Add("getEngineID()");
+    Record("getEngineID()");
     _hidl_cb(GetAnswers().engineId);
     return Void();
 }
 
 Return<int8_t> FakeImager::getImagerInterfaceType() {
-    calls().Add("getImagerInterfaceType()");
+    Record("getImagerInterfaceType()");
     return GetAnswers().imagerInterfaceType;
 }
 
 Return<sp<dch::IImagerControl>> FakeImager::getImagerControl() {
-    calls().Add("getImagerControl()");
+    Record("getImagerControl()");
     return Control();
 }
 
 Return<sp<dch::IImagerAdapter>> FakeImager::getImagerAdapter() {
-    calls().Add("getImagerAdapter()");
+    Record("getImagerAdapter()");
     return Adapter();
 }
 

@@ -8,6 +8,7 @@
 #include <stdint.h>
 #include <vendor/tevrin/hardware/dchwmanager/1.0/IImager.h>
 
+#include <functional>
 #include <mutex>
 #include <string>
 
@@ -41,6 +42,10 @@ class FakeImager : public dch::IImager, public Fake {
     // closed imager leaves it at zero.
     int OpenCount() const;
 
+    // Runs on the client's thread inside each call, after it was recorded and before it
+    // answers, with the call's text: a test can kill the service at a chosen step.
+    void SetCallHook(std::function<void(const std::string& call)> hook);
+
     // IImager.
     ::android::hardware::Return<int8_t> openImager() override;
     ::android::hardware::Return<int8_t> closeImager() override;
@@ -53,11 +58,14 @@ class FakeImager : public dch::IImager, public Fake {
     void OnDeath() override;
 
   private:
+    void Record(const std::string& call);
+
     mutable std::mutex mLock;
-    Answers mAnswers;                             // GUARDED_BY(mLock)
-    int mOpenCount = 0;                           // GUARDED_BY(mLock)
-    ::android::sp<dch::IImagerControl> mControl;  // GUARDED_BY(mLock)
-    ::android::sp<dch::IImagerAdapter> mAdapter;  // GUARDED_BY(mLock)
+    Answers mAnswers;                               // GUARDED_BY(mLock)
+    int mOpenCount = 0;                             // GUARDED_BY(mLock)
+    std::function<void(const std::string&)> mHook;  // GUARDED_BY(mLock)
+    ::android::sp<dch::IImagerControl> mControl;    // GUARDED_BY(mLock)
+    ::android::sp<dch::IImagerAdapter> mAdapter;    // GUARDED_BY(mLock)
 };
 
 }  // namespace sim

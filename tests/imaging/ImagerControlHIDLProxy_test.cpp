@@ -207,4 +207,15 @@ TEST(ImagerControlHIDLProxy, ADeadServiceFailsCommandsAndEndsTheProcessOnTheSett
     EXPECT_TRUE(device.control->calls().Calls().empty());
 }
 
+TEST(ImagerControlHIDLProxy, ADeathWhileAssociatingEndsTheProcessAtTheNextAnswer) {
+    SimImager device;
+    // The service dies while it opens the imager: the open's answer still arrives, the next
+    // request does not.
+    device.imager->SetCallHook([&](const std::string& call) {
+        if (call == "openImager()") device.sim().Kill();
+    });
+    EXPECT_DEATH(ImagerControlHIDLProxy control,
+                 "Attempted to retrieve value from failed HIDL call");
+}
+
 }  // namespace

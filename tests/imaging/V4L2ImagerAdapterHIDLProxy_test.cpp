@@ -443,4 +443,13 @@ TEST(V4L2ImagerAdapterHIDLProxy, ADeadServiceStopsTheFramesAndEndsTheProcessWher
     EXPECT_EQ(received, checker.Frames().size());
 }
 
+TEST(V4L2ImagerAdapterHIDLProxy, ADeathWhileAssociatingEndsTheProcessAtTheNextAnswer) {
+    SimImager device;
+    device.imager->SetCallHook([&](const std::string& call) {
+        if (call == "openImager()") device.sim().Kill();
+    });
+    EXPECT_DEATH(V4L2ImagerAdapterHIDLProxy adapter,
+                 "Attempted to retrieve value from failed HIDL call");
+}
+
 }  // namespace
