@@ -6,17 +6,12 @@
 //   imaging_caller CMD...   one or more of:
 //     stop HALT FLAG        the adapter's StopStreaming(HALT, FLAG) (HALT 0 or 1); prints the
 //                           adapter service's calls, one per line
-//     stream N              Init 1280x800x8, Enable, StartStreaming, wait for N frames (10 s at
-//                           most), Disable; prints "frames N" with the number received, and
-//                           "caller thread" when a frame arrived on the calling thread
 
 #include <dlfcn.h>
 #include <stdio.h>
 #include <stdlib.h>
 
-#include <atomic>
 #include <string>
-#include <thread>
 
 #include "FakeImager.h"
 #include "FakeImagerAdapter.h"
@@ -25,18 +20,6 @@
 #include "PlatformModuleInterfaces.h"
 
 namespace {
-
-class CountingCallback : public IImageCallback {
-  public:
-    bool OnReceiveFrame(void*) override {
-        if (std::this_thread::get_id() == caller) onCaller = true;
-        ++frames;
-        return true;
-    }
-    std::thread::id caller = std::this_thread::get_id();
-    std::atomic<int> frames{0};
-    std::atomic<bool> onCaller{false};
-};
 
 void PrintAndClear(orvex::sim::FakeImagerAdapter& adapter) {
     for (const std::string& call : adapter.calls().Calls()) printf("%s\n", call.c_str());
@@ -79,7 +62,6 @@ int main(int argc, char** argv) {
     auto* adapter = reinterpret_cast<IImagerAdapterProxy*>(module->getImagerAdapterHIDLProxy());
     fakeAdapter->calls().Clear();
 
-    CountingCallback callback;
     for (int i = 1; i < argc; ++i) {
         std::string cmd = argv[i];
         if (cmd == "stop" && i + 2 < argc) {
@@ -87,19 +69,6 @@ int main(int argc, char** argv) {
             int flag = atoi(argv[++i]);
             adapter->StopStreaming(halt, flag);
             PrintAndClear(*fakeAdapter);
-        } else if (cmd == "stream" && i + 1 < argc) {
-            int wanted = atoi(argv[++i]);
-            fakeAdapter->SetFrameRate(0);
-            adapter->InitAdapter("V4L2Adapter", __preview_size__{1280, 800, 8, false, false});
-            adapter->Enable(&callback);
-            adapter->StartStreaming();
-            fakeAdapter->WaitForFrames(static_cast<uint64_t>(wanted));
-            adapter->Disable();
-            int received = callback.frames.load();
-            printf("frames %d\n", received >= wanted ? wanted : received);
-            if (callback.onCaller) printf("caller thread\n");
-            fflush(stdout);
-            fakeAdapter->calls().Clear();
         } else {
             fprintf(stderr, "bad command %s\n", cmd.c_str());
             return 2;
