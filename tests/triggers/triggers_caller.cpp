@@ -1,8 +1,8 @@
 // A caller of the trigger configuration module as the scanning service is one: it loads the
 // built library with dlopen and reaches the module, its list and the list's entries only through
-// tables of virtual functions declared here, on the caller's side, in the documented slot order.
-// A slot out of place in the library shows up as a wrong answer here. The simulated hardware
-// manager runs in this process, so that the module's look at the imager finds one.
+// their tables of virtual functions, declared by the headers callers build against. The
+// simulated hardware manager runs in this process, so that the module's look at the imager
+// finds one.
 //
 //   triggers_caller [OPTION] CMD...
 //     --engine ID      the imager reports engine identifier ID (default "31")
@@ -28,50 +28,12 @@
 
 #include "FakeImager.h"
 #include "HardwareManagerSim.h"
-
-// The views have external linkage on purpose: in an anonymous namespace the compiler sees that
-// nothing derives from them and turns every call into a pure-virtual call.
-
-class TriggerInfoView {
-  public:
-    virtual ~TriggerInfoView() {}
-    virtual int GetScanCode() = 0;
-    virtual const char* GetFriendlyName() = 0;
-    virtual const char* GetScannerResource() = 0;
-    virtual bool IsMultiScannerSupported() = 0;
-    virtual void SetScanCode(int scanCode) = 0;
-    virtual void SetFriendlyName(const char* name) = 0;
-    virtual void SetScannerResource(const char* resource) = 0;
-    virtual void SetMultiScannerSupport(bool multi) = 0;
-};
-
-// The list: its operations first, the destructor's two slots last.
-class TriggerListView {
-  public:
-    virtual void push_back(TriggerInfoView* const& value) = 0;
-    virtual uint32_t size() const = 0;
-    virtual bool empty() const = 0;
-    virtual void clear() = 0;
-    virtual TriggerInfoView*& begin() = 0;
-    virtual void movenext() = 0;
-    virtual bool hasNext() = 0;
-    virtual TriggerInfoView*& get() = 0;
-    virtual void remove() = 0;
-    virtual ~TriggerListView() {}
-};
-
-class TriggersView {
-  public:
-    virtual ~TriggersView() {}
-    virtual bool IsSupported() = 0;
-    virtual const char* GetModuleName() = 0;
-    virtual bool Init() = 0;
-    virtual bool Deinit() = 0;
-    virtual TriggerListView* GetTriggerInfo() = 0;
-};
+#include "ITriggerInfo.h"
+#include "OdkList.h"
+#include "PlatformModuleInterfaces.h"
 
 // An entry made by the caller.
-class CallerTrigger : public TriggerInfoView {
+class CallerTrigger : public odk::ITriggerInfo {
   public:
     CallerTrigger(int code, std::string name, std::string resource)
         : mCode(code), mName(std::move(name)), mResource(std::move(resource)) {}
@@ -126,31 +88,33 @@ int main(int argc, char** argv) {
         fprintf(stderr, "dlopen: %s\n", dlerror());
         return 3;
     }
-    auto create = reinterpret_cast<void* (*)(int, const char*)>(dlsym(lib, "GetPlatformModule"));
-    auto abstracted = reinterpret_cast<void* (*)(int)>(dlsym(lib, "GetAbstractedPlatformModule"));
-    auto destroy = reinterpret_cast<void (*)(void*)>(dlsym(lib, "DeletePlatformModule"));
+    auto create = reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag, const char*)>(
+        dlsym(lib, "GetPlatformModule"));
+    auto abstracted = reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag)>(
+        dlsym(lib, "GetAbstractedPlatformModule"));
+    auto destroy = reinterpret_cast<void (*)(IPlatformModule*)>(dlsym(lib, "DeletePlatformModule"));
     if (create == nullptr || abstracted == nullptr || destroy == nullptr) {
         fprintf(stderr, "missing export\n");
         return 3;
     }
 
-    TriggersView* module = nullptr;
+    ITriggersModule* module = nullptr;
     int i = first;
     if (i < argc && std::string(argv[i]) == "abstract") {
-        module = static_cast<TriggersView*>(abstracted(2));
+        module = static_cast<ITriggersModule*>(abstracted(PLATFORM_MODULE_TRIGGERS));
         if (module != nullptr) {
             printf("%s %s\n", module->GetModuleName(),
                    module->IsSupported() ? "supported" : "unsupported");
         }
         ++i;
     } else {
-        module = static_cast<TriggersView*>(create(2, "Triggers"));
+        module = static_cast<ITriggersModule*>(create(PLATFORM_MODULE_TRIGGERS, "Triggers"));
     }
     if (module == nullptr) {
         fprintf(stderr, "no Triggers module\n");
         return 3;
     }
-    TriggerListView* list = module->GetTriggerInfo();
+    odk::List<odk::ITriggerInfo*>* list = module->GetTriggerInfo();
     for (; i < argc; ++i) {
         std::string cmd = argv[i];
         if (cmd == "init") {
@@ -158,13 +122,13 @@ int main(int argc, char** argv) {
         } else if (cmd == "list") {
             printf("size %u empty %s\n", list->size(), list->empty() ? "true" : "false");
             for (list->begin(); list->hasNext(); list->movenext()) {
-                TriggerInfoView* info = list->get();
+                odk::ITriggerInfo* info = list->get();
                 printf("%d\t%s\t%s\t%d\n", info->GetScanCode(), info->GetFriendlyName(),
                        info->GetScannerResource(), info->IsMultiScannerSupported() ? 1 : 0);
             }
         } else if (cmd == "push" && i + 3 < argc) {
             int code = atoi(argv[i + 1]);
-            TriggerInfoView* entry = new CallerTrigger(code, argv[i + 2], argv[i + 3]);
+            odk::ITriggerInfo* entry = new CallerTrigger(code, argv[i + 2], argv[i + 3]);
             list->push_back(entry);
             i += 3;
         } else if (cmd == "drop") {
