@@ -2,6 +2,9 @@
 
 #include <fstream>
 
+#include "FakeImager.h"
+#include "FakeImagerAdapter.h"
+#include "FakeImagerControl.h"
 #include "feedback/FakeAidlLights.h"
 #include "feedback/FakeAudioService.h"
 #include "feedback/FakeHardwareBeep.h"
@@ -20,7 +23,9 @@ std::map<std::string, std::string> ReadServices() {
                                                    {"beep", "1"},
                                                    {"light", "hidl"},
                                                    {"audio", "1"},
-                                                   {"external_vibrator", "0"}};
+                                                   {"external_vibrator", "0"},
+                                                   {"imager", "1"},
+                                                   {"imager_engine_id", "31"}};
     std::ifstream in(DevicePath("/sim/services.prop"));
     std::string line;
     while (std::getline(in, line)) {
@@ -54,9 +59,24 @@ void SimulatedDevice::Start() {
     mNotifier->SetExternalVibratorPresent(mServices["external_vibrator"] == "1");
     mNotifier->calls().SetName("IPlugableDeviceNotifier");
     ::android::sp<FakePlugableDeviceNotifier> notifier = mNotifier;
-    mHardwareManager->AddBuilder([notifier](FakeDCHWManager& manager) {
+    if (mServices["imager"] == "1") {
+        mImager = new FakeImager();
+        FakeImager::Answers answers;
+        answers.engineId = mServices["imager_engine_id"];
+        mImager->SetAnswers(answers);
+        mImager->calls().SetName("IImager");
+        ::android::sp<FakeImagerControl> control = new FakeImagerControl();
+        control->calls().SetName("IImagerControl");
+        ::android::sp<FakeImagerAdapter> adapter = new FakeImagerAdapter();
+        adapter->calls().SetName("IImagerAdapter");
+        mImager->SetControl(control);
+        mImager->SetAdapter(adapter);
+    }
+    ::android::sp<FakeImager> imager = mImager;
+    mHardwareManager->AddBuilder([notifier, imager](FakeDCHWManager& manager) {
         manager.calls().SetName("IDCHWManager");
         manager.SetPlugableDeviceNotifier(notifier);
+        if (imager != nullptr) manager.SetImager(imager);
     });
     mHardwareManager->Start();
     mHardwareManager->trigger()->calls().SetName("ITrigger");

@@ -8,6 +8,8 @@
 //   light=hidl|aidl|none   the lights service and its flavour
 //   audio=1|0              the audio service
 //   external_vibrator=1|0  an external vibrator on the pluggable-device interface
+//   imager=1|0             the hardware manager's imager (with its control and adapter)
+//   imager_engine_id=TEXT  the engine identifier the imager reports (default 31)
 // A missing file or key means present (light: hidl, external_vibrator: 0).
 #pragma once
 
@@ -25,6 +27,7 @@ class FakeHardwareBeep;
 class FakeHidlLight;
 class FakeAidlLights;
 class FakePlugableDeviceNotifier;
+class FakeImager;
 
 class SimulatedDevice {
 public:
@@ -43,6 +46,7 @@ public:
     FakeAidlLights* aidlLights() const { return mAidlLights.get(); }
     FakeAudioService* audio() const { return mAudio.get(); }
     FakePlugableDeviceNotifier* plugableDeviceNotifier() const { return mNotifier.get(); }
+    FakeImager* imager() const { return mImager.get(); }
 
     // The profile's service settings, as read by Start().
     const std::map<std::string, std::string>& services() const { return mServices; }
@@ -55,6 +59,7 @@ private:
     ::android::sp<FakeAidlLights> mAidlLights;
     ::android::sp<FakeAudioService> mAudio;
     ::android::sp<FakePlugableDeviceNotifier> mNotifier;
+    ::android::sp<FakeImager> mImager;
 };
 
 }  // namespace sim
