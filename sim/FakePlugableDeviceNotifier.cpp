@@ -40,11 +40,6 @@ bool FakePlugableDeviceNotifier::RaiseConnectionChanged(bool connected, const st
     return callback->OnConnectionChanged(connected, hidl_string(portName), scannerType).isOk();
 }
 
-bool FakePlugableDeviceNotifier::HasCallback() const {
-    std::lock_guard<std::mutex> lock(mLock);
-    return mCallback != nullptr;
-}
-
 Return<uint8_t> FakePlugableDeviceNotifier::registerNotifierCallback(
     const sp<IPlugableNotifierCallback>& callback, int32_t scannerType) {
     calls().Add("registerNotifierCallback(" + std::string(callback != nullptr ? "cb" : "null") +

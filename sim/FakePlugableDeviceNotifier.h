@@ -42,7 +42,6 @@ class FakePlugableDeviceNotifier
     // A scanner was attached (`connected`) or removed: the registered callback hears it. False
     // when no callback is registered or the call did not reach the client.
     bool RaiseConnectionChanged(bool connected, const std::string& portName, int8_t scannerType);
-    bool HasCallback() const;
 
     // Keeps the callback (null included) and answers the set result.
     ::android::hardware::Return<uint8_t> registerNotifierCallback(

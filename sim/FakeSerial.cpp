@@ -42,16 +42,6 @@ bool FakeSerial::Receive(const std::vector<uint8_t>& bytes) {
     return callback->onSerialData(hidl_vec<uint8_t>(bytes)).isOk();
 }
 
-bool FakeSerial::HasCallback() const {
-    std::lock_guard<std::mutex> lock(mLock);
-    return mCallback != nullptr;
-}
-
-std::vector<std::vector<uint8_t>> FakeSerial::Written() const {
-    std::lock_guard<std::mutex> lock(mLock);
-    return mWritten;
-}
-
 Return<uint8_t> FakeSerial::openPort(const hidl_string& portName, int32_t baudRate,
                                      bool flowControl) {
     calls().Add("openPort(" + std::string(portName.c_str()) + ", " + std::to_string(baudRate) +
@@ -80,9 +70,7 @@ Return<uint8_t> FakeSerial::ioControl(int32_t code, int32_t value) {
 
 Return<uint8_t> FakeSerial::writeData(const hidl_vec<uint8_t>& data) {
     calls().Add("writeData(" + FormatBytes(data.data(), data.size()) + ")");
-    std::lock_guard<std::mutex> lock(mLock);
-    mWritten.emplace_back(data.begin(), data.end());
-    return mAnswers.writeData;
+    return GetAnswers().writeData;
 }
 
 Return<sp<FakeSerial::ISerialFWUpdate>> FakeSerial::getSerialFWInterface() {

@@ -51,10 +51,6 @@ class FakeSerial : public ::vendor::tevrin::hardware::dchwmanager::V1_0::ISerial
     // The port received `bytes`: they go to the registered callback. False when no callback is
     // registered or the call did not reach the client.
     bool Receive(const std::vector<uint8_t>& bytes);
-    bool HasCallback() const;
-
-    // Every buffer written through writeData, in order.
-    std::vector<std::vector<uint8_t>> Written() const;
 
     ::android::hardware::Return<uint8_t> openPort(const ::android::hardware::hidl_string& portName,
                                                   int32_t baudRate, bool flowControl) override;
@@ -74,7 +70,6 @@ class FakeSerial : public ::vendor::tevrin::hardware::dchwmanager::V1_0::ISerial
     Answers mAnswers;                             // GUARDED_BY(mLock)
     ::android::sp<FakeSerialFWUpdate> mFirmware;  // GUARDED_BY(mLock)
     ::android::sp<ISerialCallback> mCallback;     // GUARDED_BY(mLock)
-    std::vector<std::vector<uint8_t>> mWritten;   // GUARDED_BY(mLock)
 };
 
 }  // namespace sim

@@ -29,11 +29,6 @@ FakeSerialFWUpdate::Answers FakeSerialFWUpdate::GetAnswers() const {
     return mAnswers;
 }
 
-std::vector<std::vector<uint8_t>> FakeSerialFWUpdate::Written() const {
-    std::lock_guard<std::mutex> lock(mLock);
-    return mWritten;
-}
-
 Return<uint8_t> FakeSerialFWUpdate::fwOpen(const hidl_string& portName) {
     calls().Add("fwOpen(" + std::string(portName.c_str()) + ")");
     return GetAnswers().fwOpen;
@@ -58,9 +53,7 @@ Return<int32_t> FakeSerialFWUpdate::fwPoll() {
 Return<uint8_t> FakeSerialFWUpdate::fwWrite(int32_t length, const hidl_vec<uint8_t>& data) {
     calls().Add("fwWrite(" + std::to_string(length) + ", " + FormatBytes(data.data(), data.size()) +
                 ")");
-    std::lock_guard<std::mutex> lock(mLock);
-    mWritten.emplace_back(data.begin(), data.end());
-    return mAnswers.fwWrite;
+    return GetAnswers().fwWrite;
 }
 
 Return<void> FakeSerialFWUpdate::fwRead(fwRead_cb _hidl_cb) {

@@ -37,9 +37,6 @@ class FakeSerialFWUpdate : public ::vendor::tevrin::hardware::dchwmanager::V1_0:
     void SetAnswers(const Answers& answers);
     Answers GetAnswers() const;
 
-    // Every buffer written through fwWrite, in order.
-    std::vector<std::vector<uint8_t>> Written() const;
-
     ::android::hardware::Return<uint8_t> fwOpen(
         const ::android::hardware::hidl_string& portName) override;
     ::android::hardware::Return<uint8_t> fwClose() override;
@@ -52,8 +49,7 @@ class FakeSerialFWUpdate : public ::vendor::tevrin::hardware::dchwmanager::V1_0:
 
   private:
     mutable std::mutex mLock;
-    Answers mAnswers;                            // GUARDED_BY(mLock)
-    std::vector<std::vector<uint8_t>> mWritten;  // GUARDED_BY(mLock)
+    Answers mAnswers;  // GUARDED_BY(mLock)
 };
 
 }  // namespace sim
