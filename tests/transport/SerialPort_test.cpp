@@ -302,21 +302,26 @@ TEST_F(SerialPortTest, ReceivedBytesReachTheDataCallbackOnARuntimeThread) {
                         }));
 }
 
-TEST_F(SerialPortTest, FirmwareSequenceReachesTheFirmwarePortInOrder) {
+TEST_F(SerialPortTest, FirmwareSequenceReachesTheFirmwarePortAndPassesItsStatusesThrough) {
     mSim.Start();
     ASSERT_TRUE(mModule->AcquireFWSerialInterface());
     FakeSerialFWUpdate::Answers answers;
+    answers.fwOpen = 1;
+    answers.fwIoctl = 254;
     answers.fwPoll = -42;
     answers.readData = {0x12, 0xAB};
     Firmware()->SetAnswers(answers);
     unsigned char block[] = {0xDE, 0xAD, 0x00, 0x01};
-    EXPECT_EQ(mModule->FWOpenSerialPort("/dev/ttyHS0"), 0);
-    EXPECT_EQ(mModule->FWIoCtl(-1, 0x7FFFFFFF, 255), 0);
+    EXPECT_EQ(mModule->FWOpenSerialPort("/dev/ttyHS0"), 1);
+    EXPECT_EQ(mModule->FWIoCtl(-1, 0x7FFFFFFF, 255), 254);
     EXPECT_EQ(mModule->FWWritePort(4, block), 0);
-    EXPECT_EQ(mModule->FWWritePort(0, nullptr), 0);
+    answers.fwWrite = 6;
+    answers.fwClose = 2;
+    Firmware()->SetAnswers(answers);
+    EXPECT_EQ(mModule->FWWritePort(0, nullptr), 6);
     EXPECT_EQ(mModule->FWPoll(), -42);
     EXPECT_EQ(mModule->FWReadPort(), "0x120xAB0x00");
-    EXPECT_EQ(mModule->FWCloseSerialPort(), 0);
+    EXPECT_EQ(mModule->FWCloseSerialPort(), 2);
     EXPECT_TRUE(mModule->ReleaseSerialInterface());
 
     EXPECT_EQ(mSim.manager()->calls().Calls(), Calls{"getSerialInterface()"});
@@ -332,35 +337,13 @@ TEST_F(SerialPortTest, FirmwareSequenceReachesTheFirmwarePortInOrder) {
             Log(D, "[SerialPort<T>::associateSerial] Acquired ISerial interface."),
             Log(D, "[SerialPort<T>::associateSerialFWUpdate] get SerialFW Interface success."),
             Log(D, "[SerialPort<T>::AcquireFWSerialInterface] success"),
-            Log(D, "[SerialPort<T>::FWOpenSerialPort] FWOpenSerialPort return 0"),
-            Log(D, "[SerialPort<T>::FWIoCtl] FWIoCtl return 0"),
+            Log(D, "[SerialPort<T>::FWOpenSerialPort] FWOpenSerialPort return 1"),
+            Log(D, "[SerialPort<T>::FWIoCtl] FWIoCtl return 254"),
             Log(E, "[SerialPort<T>::FWWritePort] err:0 "),
-            Log(E, "[SerialPort<T>::FWWritePort] err:0 "),
-            Log(D, "[SerialPort<T>::FWCloseSerialPort] FWCloseSerialPort return 0"),
+            Log(E, "[SerialPort<T>::FWWritePort] err:6 "),
+            Log(D, "[SerialPort<T>::FWCloseSerialPort] FWCloseSerialPort return 2"),
             Log(D, "[SerialPort<T>::disassociate]"),
         }));
-}
-
-TEST_F(SerialPortTest, FirmwareStatusesArePassedThrough) {
-    mSim.Start();
-    AcquireFirmware();
-    FakeSerialFWUpdate::Answers answers;
-    answers.fwOpen = 1;
-    answers.fwClose = 2;
-    answers.fwIoctl = 254;
-    answers.fwWrite = 6;
-    Firmware()->SetAnswers(answers);
-    unsigned char byte = 0x5A;
-    EXPECT_EQ(mModule->FWOpenSerialPort(""), 1);
-    EXPECT_EQ(mModule->FWIoCtl(0, 0, 0), 254);
-    EXPECT_EQ(mModule->FWWritePort(1, &byte), 6);
-    EXPECT_EQ(mModule->FWCloseSerialPort(), 2);
-    EXPECT_EQ(Logged(), (std::vector<Entry>{
-                            Log(D, "[SerialPort<T>::FWOpenSerialPort] FWOpenSerialPort return 1"),
-                            Log(D, "[SerialPort<T>::FWIoCtl] FWIoCtl return 254"),
-                            Log(E, "[SerialPort<T>::FWWritePort] err:6 "),
-                            Log(D, "[SerialPort<T>::FWCloseSerialPort] FWCloseSerialPort return 2"),
-                        }));
 }
 
 TEST_F(SerialPortTest, FirmwareReadsThatAreEmptyOrNotOkAreErrors) {
