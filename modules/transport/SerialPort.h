@@ -56,14 +56,16 @@ class SerialCallback : public V1_0::ISerialCallback {
 template <AndroidVersion T>
 class SerialPort : public ISerialPortModule {
   public:
-    // Status codes the module answers by itself when no service interface is held.
+    // Status codes the module answers by itself when no service interface is held: 9 for a
+    // start or open, 4 for a stop, close or firmware ioctl, 1 for a transport ioctl, 8 for a
+    // write.
     static constexpr int kStartFailed = 9;
     static constexpr int kStopFailed = 4;
     static constexpr int kIoControlFailed = 1;
     static constexpr int kWriteFailed = 8;
 
     SerialPort();
-    // Drops the references only: release first to leave the service's port closed.
+    // Drops the references only: neither the transport nor the firmware port is closed.
     ~SerialPort() override;
 
     bool IsSupported() override;
