@@ -12,7 +12,7 @@ namespace orvex {
 namespace sim {
 
 class CallLog {
-public:
+  public:
     void Add(std::string call);
     std::vector<std::string> Calls() const;
     // Calls whose method name (text before the parenthesis) is `method`.
@@ -23,7 +23,7 @@ public:
     bool WaitFor(const std::string& method, size_t times = 1,
                  std::chrono::milliseconds timeout = std::chrono::seconds(10)) const;
 
-private:
+  private:
     size_t CountLocked(const std::string& method) const;
 
     mutable std::mutex mLock;

@@ -8,7 +8,7 @@ namespace orvex {
 namespace sim {
 
 class Fake {
-public:
+  public:
     virtual ~Fake() = default;
 
     // The service's process dies: stop writing, drop client resources. Called before the
@@ -18,7 +18,7 @@ public:
     CallLog& calls() { return mCalls; }
     const CallLog& calls() const { return mCalls; }
 
-private:
+  private:
     CallLog mCalls;
 };
 

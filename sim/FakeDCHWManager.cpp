@@ -9,7 +9,7 @@ using ::android::sp;
 using ::android::hardware::Return;
 
 #define ORVEX_FAKE_SLOT(Getter, Type, Member, Setter, Accessor) \
-    Return<sp<dch::Type>> FakeDCHWManager::Getter() {            \
+    Return<sp<dch::Type>> FakeDCHWManager::Getter() {           \
         calls().Add(#Getter "()");                              \
         return Accessor();                                      \
     }                                                           \

@@ -2,9 +2,9 @@
 // simulation gave it (null for the others) and records each request.
 #pragma once
 
-#include <mutex>
-
 #include <vendor/tevrin/hardware/dchwmanager/1.0/IDCHWManager.h>
+
+#include <mutex>
 
 #include "Fake.h"
 
@@ -14,13 +14,16 @@ namespace sim {
 namespace dch = ::vendor::tevrin::hardware::dchwmanager::V1_0;
 
 class FakeDCHWManager : public dch::IDCHWManager, public Fake {
-public:
+  public:
     ::android::hardware::Return<::android::sp<dch::ITrigger>> getTriggerInterface() override;
     ::android::hardware::Return<::android::sp<dch::IImager>> getImager() override;
     ::android::hardware::Return<::android::sp<dch::ISerial>> getSerialInterface() override;
-    ::android::hardware::Return<::android::sp<dch::IPlugableDeviceNotifier>> getPlugableDeviceNotifier() override;
-    ::android::hardware::Return<::android::sp<dch::IBatterySwapHandler>> getBatterySwapHandler() override;
-    ::android::hardware::Return<::android::sp<dch::ICameraVendorTagProvider>> getCameraVendorTagProvider() override;
+    ::android::hardware::Return<::android::sp<dch::IPlugableDeviceNotifier>>
+    getPlugableDeviceNotifier() override;
+    ::android::hardware::Return<::android::sp<dch::IBatterySwapHandler>> getBatterySwapHandler()
+        override;
+    ::android::hardware::Return<::android::sp<dch::ICameraVendorTagProvider>>
+    getCameraVendorTagProvider() override;
 
     // The sub-interfaces handed out; a fake that is also a Fake is told of the death.
     void SetTrigger(const ::android::sp<dch::ITrigger>& trigger);
@@ -40,7 +43,7 @@ public:
     // Tells every sub-interface fake that the process died.
     void OnDeath() override;
 
-private:
+  private:
     mutable std::mutex mLock;
     ::android::sp<dch::ITrigger> mTrigger;                     // GUARDED_BY(mLock)
     ::android::sp<dch::IImager> mImager;                       // GUARDED_BY(mLock)

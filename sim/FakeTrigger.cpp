@@ -88,27 +88,37 @@ Return<bool> FakeTrigger::simulateTrigger(uint32_t first, uint32_t second) {
 
 Return<bool> FakeTrigger::setKeyEventQueue(const MQDescriptorSync<uint32_t>& queue) {
     bool valid = queue.isHandleValid() && queue.getQuantum() == sizeof(uint32_t);
-    calls().Add("setKeyEventQueue(" +
-                (valid ? std::to_string(queue.getSize() / queue.getQuantum()) : std::string("invalid")) +
-                ")");
+    // Recorded once the queue is taken, so that a test seeing the call can press at once.
+    std::string call =
+        "setKeyEventQueue(" +
+        (valid ? std::to_string(queue.getSize() / queue.getQuantum()) : std::string("invalid")) +
+        ")";
     bool answer = GetAnswers().setKeyEventQueue;
     StopWriter();
-    if (!valid) return answer;
+    if (!valid) {
+        calls().Add(call);
+        return answer;
+    }
 
     auto channel = std::make_shared<Channel>();
     // The client made the queue empty; a reset here could hide a record it already wrote.
     channel->queue.reset(new KeyQueue(queue, false));
     if (!channel->queue->isValid() || channel->queue->getEventFlagWord() == nullptr ||
-        EventFlag::createEventFlag(channel->queue->getEventFlagWord(), &channel->flag) != ::android::OK) {
+        EventFlag::createEventFlag(channel->queue->getEventFlagWord(), &channel->flag) !=
+            ::android::OK) {
+        calls().Add(call);
         return answer;
     }
-    std::lock_guard<std::mutex> writerLock(mWriterLock);
     {
-        std::lock_guard<std::mutex> lock(mLock);
-        mChannel = channel;
-        mStop = false;
+        std::lock_guard<std::mutex> writerLock(mWriterLock);
+        {
+            std::lock_guard<std::mutex> lock(mLock);
+            mChannel = channel;
+            mStop = false;
+        }
+        mWriter = std::thread(&FakeTrigger::WriterLoop, this, channel);
     }
-    mWriter = std::thread(&FakeTrigger::WriterLoop, this, channel);
+    calls().Add(call);
     return answer;
 }
 

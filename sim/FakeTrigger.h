@@ -8,7 +8,10 @@
 // destruction.
 #pragma once
 
+#include <fmq/EventFlag.h>
+#include <fmq/MessageQueue.h>
 #include <stdint.h>
+#include <vendor/tevrin/hardware/dchwmanager/1.0/ITrigger.h>
 
 #include <condition_variable>
 #include <deque>
@@ -18,17 +21,13 @@
 #include <thread>
 #include <vector>
 
-#include <fmq/EventFlag.h>
-#include <fmq/MessageQueue.h>
-#include <vendor/tevrin/hardware/dchwmanager/1.0/ITrigger.h>
-
 #include "Fake.h"
 
 namespace orvex {
 namespace sim {
 
 class FakeTrigger : public ::vendor::tevrin::hardware::dchwmanager::V1_0::ITrigger, public Fake {
-public:
+  public:
     // What the fake answers; every call answers from the values set when it is made.
     struct Answers {
         bool acquireTrigger = true;
@@ -52,7 +51,8 @@ public:
     static constexpr uint32_t kDataAvailable = 1;
     static constexpr uint32_t kRecordTaken = 2;
 
-    using KeyQueue = ::android::hardware::MessageQueue<uint32_t, ::android::hardware::kSynchronizedReadWrite>;
+    using KeyQueue =
+        ::android::hardware::MessageQueue<uint32_t, ::android::hardware::kSynchronizedReadWrite>;
 
     FakeTrigger() = default;
     ~FakeTrigger() override;
@@ -83,14 +83,14 @@ public:
     ::android::hardware::Return<bool> stopTrigger() override;
     ::android::hardware::Return<bool> simulateTrigger(uint32_t first, uint32_t second) override;
     ::android::hardware::Return<bool> setKeyEventQueue(
-            const ::android::hardware::MQDescriptorSync<uint32_t>& queue) override;
+        const ::android::hardware::MQDescriptorSync<uint32_t>& queue) override;
     ::android::hardware::Return<void> reserved7() override;
     ::android::hardware::Return<int32_t> getPressedTrigger() override;
     ::android::hardware::Return<bool> resetPressedTrigger() override;
 
     void OnDeath() override;
 
-private:
+  private:
     // The writer's view of one client queue.
     struct Channel {
         std::unique_ptr<KeyQueue> queue;
@@ -103,13 +103,13 @@ private:
 
     mutable std::mutex mLock;
     mutable std::condition_variable mChanged;
-    Answers mAnswers;                                              // GUARDED_BY(mLock)
-    std::deque<std::vector<Record>> mPending;                      // GUARDED_BY(mLock)
-    bool mWriting = false;                                         // GUARDED_BY(mLock)
-    bool mStop = false;                                            // GUARDED_BY(mLock)
-    size_t mWritten = 0;                                           // GUARDED_BY(mLock)
-    std::shared_ptr<Channel> mChannel;                             // GUARDED_BY(mLock)
-    std::function<void(const std::vector<Record>&)> mObserver;     // GUARDED_BY(mLock)
+    Answers mAnswers;                                           // GUARDED_BY(mLock)
+    std::deque<std::vector<Record>> mPending;                   // GUARDED_BY(mLock)
+    bool mWriting = false;                                      // GUARDED_BY(mLock)
+    bool mStop = false;                                         // GUARDED_BY(mLock)
+    size_t mWritten = 0;                                        // GUARDED_BY(mLock)
+    std::shared_ptr<Channel> mChannel;                          // GUARDED_BY(mLock)
+    std::function<void(const std::vector<Record>&)> mObserver;  // GUARDED_BY(mLock)
     std::thread mWriter;  // started and joined under mWriterLock
     std::mutex mWriterLock;
 };

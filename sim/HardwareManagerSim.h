@@ -16,7 +16,7 @@ namespace orvex {
 namespace sim {
 
 class HardwareManagerSim {
-public:
+  public:
     // Fills in a new manager instance (SetSerial, SetImager, ...).
     using Builder = std::function<void(FakeDCHWManager& manager)>;
 
@@ -43,7 +43,7 @@ public:
     const ::android::sp<FakeDCHWManager>& manager() const { return mManager; }
     const ::android::sp<FakeTrigger>& trigger() const { return mTrigger; }
 
-private:
+  private:
     std::vector<Builder> mBuilders;
     ::android::sp<FakeDCHWManager> mManager;
     ::android::sp<FakeTrigger> mTrigger;

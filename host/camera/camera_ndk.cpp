@@ -4,7 +4,6 @@
 
 #include <camera/NdkCameraManager.h>
 #include <camera/NdkCameraMetadata.h>
-
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -35,10 +34,10 @@ namespace {
 
 struct Service {
     std::mutex mutex;
-    bool present = false;                // guarded by mutex
-    std::vector<SimCamera> cameras;      // guarded by mutex
-    std::vector<std::string> calls;      // guarded by mutex
-    std::set<ACameraIdList*> idLists;    // guarded by mutex
+    bool present = false;              // guarded by mutex
+    std::vector<SimCamera> cameras;    // guarded by mutex
+    std::vector<std::string> calls;    // guarded by mutex
+    std::set<ACameraIdList*> idLists;  // guarded by mutex
 };
 
 Service& TheService() {
@@ -101,8 +100,7 @@ bool HasService() {
     return service.present;
 }
 
-bool ParseCameraList(const std::string& text, std::vector<SimCamera>* cameras,
-                     std::string* error) {
+bool ParseCameraList(const std::string& text, std::vector<SimCamera>* cameras, std::string* error) {
     std::vector<SimCamera> parsed;
     std::istringstream lines(text);
     std::string line;

@@ -1,8 +1,8 @@
 // Event flags on shared futexes.
 
-#include <fmq/EventFlag.h>
-
+#include <android/log.h>
 #include <errno.h>
+#include <fmq/EventFlag.h>
 #include <limits.h>
 #include <linux/futex.h>
 #include <string.h>
@@ -12,8 +12,6 @@
 #include <unistd.h>
 
 #include <new>
-
-#include <android/log.h>
 
 namespace android {
 namespace hardware {
@@ -48,7 +46,8 @@ status_t EventFlag::createEventFlag(int fd, off_t offset, EventFlag** eventFlag)
         __android_log_print(ANDROID_LOG_ERROR, kTag, "mmap failed: %s", strerror(errno));
         return status;
     }
-    auto* word = reinterpret_cast<std::atomic<uint32_t>*>(static_cast<char*>(map) + (offset - base));
+    auto* word =
+        reinterpret_cast<std::atomic<uint32_t>*>(static_cast<char*>(map) + (offset - base));
     *eventFlag = new (std::nothrow) EventFlag(word, true);
     if (*eventFlag == nullptr) {
         munmap(map, length);

@@ -1,13 +1,11 @@
 // The shared memory behind message queues: memfd regions mapped shared.
 
-#include <fmq/MessageQueue.h>
-
+#include <android/log.h>
 #include <errno.h>
+#include <fmq/MessageQueue.h>
 #include <string.h>
 #include <sys/mman.h>
 #include <unistd.h>
-
-#include <android/log.h>
 
 namespace android {
 namespace hardware {
@@ -38,9 +36,7 @@ void* mapQueueMemory(int fd, size_t bytes) {
 
 void unmapQueueMemory(void* address, size_t bytes) { munmap(address, bytes); }
 
-void logQueueError(const char* message) {
-    __android_log_write(ANDROID_LOG_ERROR, "FMQ", message);
-}
+void logQueueError(const char* message) { __android_log_write(ANDROID_LOG_ERROR, "FMQ", message); }
 
 }  // namespace details
 }  // namespace hardware

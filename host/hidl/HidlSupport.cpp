@@ -1,14 +1,12 @@
 // Native handles and hidl_handle: descriptors travel by duplication, as through the binder
 // driver, so each holder closes its own.
 
-#include <hidl/HidlSupport.h>
-
+#include <android/log.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <hidl/HidlSupport.h>
 #include <stdlib.h>
 #include <unistd.h>
-
-#include <android/log.h>
 
 extern "C" {
 
@@ -83,7 +81,8 @@ hidl_handle& hidl_handle::operator=(const hidl_handle& other) {
     freeHandle();
     if (other.mHandle != nullptr) {
         mHandle = native_handle_clone(other.mHandle);
-        if (mHandle == nullptr) details::logAlwaysFatal("Failed to clone native_handle in hidl_handle.");
+        if (mHandle == nullptr)
+            details::logAlwaysFatal("Failed to clone native_handle in hidl_handle.");
         mOwnsHandle = true;
     }
     return *this;

@@ -18,17 +18,17 @@ const char* IBase::descriptor("android.hidl.base@1.0::IBase");
 ::android::hardware::Return<void> IBase::ping() { return ::android::hardware::Void(); }
 
 ::android::hardware::Return<bool> IBase::linkToDeath(
-        const ::android::sp<::android::hardware::hidl_death_recipient>& recipient, uint64_t) {
+    const ::android::sp<::android::hardware::hidl_death_recipient>& recipient, uint64_t) {
     return recipient != nullptr;
 }
 
 ::android::hardware::Return<bool> IBase::unlinkToDeath(
-        const ::android::sp<::android::hardware::hidl_death_recipient>& recipient) {
+    const ::android::sp<::android::hardware::hidl_death_recipient>& recipient) {
     return recipient != nullptr;
 }
 
-::android::hardware::Return<::android::sp<IBase>> IBase::castFrom(const ::android::sp<IBase>& parent,
-                                                                  bool) {
+::android::hardware::Return<::android::sp<IBase>> IBase::castFrom(
+    const ::android::sp<IBase>& parent, bool) {
     return parent;
 }
 

@@ -2,14 +2,14 @@
 
 #include "Transport.h"
 
+#include <hidl/HidlTransportSupport.h>
+
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <map>
 #include <set>
 #include <thread>
-
-#include <hidl/HidlTransportSupport.h>
 
 #include "orvex/hidl_registry.h"
 
@@ -23,7 +23,7 @@ namespace {
 // configured number, and stay until the process ends; the pool is never destroyed because they
 // may still be running while statics are torn down.
 class RpcPool {
-public:
+  public:
     static RpcPool& instance() {
         static RpcPool* pool = new RpcPool;
         return *pool;
@@ -67,7 +67,7 @@ public:
 
     static thread_local bool tOnPool;
 
-private:
+  private:
     [[noreturn]] void run() {
         tOnPool = true;
         std::unique_lock<std::mutex> lock(mLock);
@@ -171,13 +171,13 @@ bool Domain::kill() {
     }
     for (Link& l : links) {
         postToPool(
-                [l] {
-                    // The link keeps its recipient weakly, as libhidl does: a recipient its
-                    // owner dropped is not told.
-                    sp<hidl_death_recipient> recipient = l.recipient.promote();
-                    if (recipient != nullptr) recipient->serviceDied(l.cookie, l.who);
-                },
-                false);
+            [l] {
+                // The link keeps its recipient weakly, as libhidl does: a recipient its
+                // owner dropped is not told.
+                sp<hidl_death_recipient> recipient = l.recipient.promote();
+                if (recipient != nullptr) recipient->serviceDied(l.cookie, l.who);
+            },
+            false);
     }
     return true;
 }
@@ -270,16 +270,15 @@ void registerService(const std::string& descriptor, const std::string& instance,
         ServiceKey key(descriptor, instance);
         auto it = r.live.find(key);
         if (it != r.live.end()) previous = it->second.host;
-        r.live[key] = Registration{service, std::make_shared<Domain>(descriptor + "/" + instance,
-                                                                     false)};
+        r.live[key] =
+            Registration{service, std::make_shared<Domain>(descriptor + "/" + instance, false)};
         r.declared.insert(key);
     }
     r.changed.notify_all();
     if (previous != nullptr) previous->kill();
 }
 
-ServiceLookup lookupService(const std::string& descriptor, const std::string& instance,
-                            bool wait) {
+ServiceLookup lookupService(const std::string& descriptor, const std::string& instance, bool wait) {
     Registry& r = registry();
     ServiceKey key(descriptor, instance);
     std::unique_lock<std::mutex> lock(r.lock);

@@ -9,6 +9,10 @@
 // thread pool, never on the service's thread.
 #pragma once
 
+#include <android/hidl/base/1.0/IBase.h>
+#include <hidl/HidlSupport.h>
+#include <hidl/Status.h>
+
 #include <atomic>
 #include <functional>
 #include <memory>
@@ -19,10 +23,6 @@
 #include <utility>
 #include <vector>
 
-#include <android/hidl/base/1.0/IBase.h>
-#include <hidl/HidlSupport.h>
-#include <hidl/Status.h>
-
 namespace android {
 namespace hardware {
 namespace details {
@@ -32,7 +32,7 @@ using ::android::hidl::base::V1_0::IBase;
 // A process as the transport sees it: the one this runtime serves (local) or one that hosts a
 // service. Thread-safe.
 class Domain {
-public:
+  public:
     Domain(std::string name, bool isLocal) : mName(std::move(name)), mIsLocal(isLocal) {}
 
     static const std::shared_ptr<Domain>& local();
@@ -53,7 +53,7 @@ public:
     // False when it was dead already.
     bool kill();
 
-private:
+  private:
     struct Link {
         const void* proxy;
         wp<hidl_death_recipient> recipient;
@@ -75,11 +75,11 @@ using DomainRef = std::shared_ptr<Domain>;
 const DomainRef& currentDomain();
 
 class ScopedCurrentDomain {
-public:
+  public:
     explicit ScopedCurrentDomain(const DomainRef& domain);
     ~ScopedCurrentDomain();
 
-private:
+  private:
     DomainRef mPrevious;
 };
 
@@ -112,7 +112,7 @@ struct ReturnAccess {
 // What every proxy holds: the object it stands for, the domain hosting it and the domain
 // holding the proxy.
 class ProxyCore {
-public:
+  public:
     ProxyCore(const sp<IBase>& impl, DomainRef owner, DomainRef holder)
         : mImpl(impl), mOwner(std::move(owner)), mHolder(std::move(holder)) {}
     virtual ~ProxyCore();
@@ -122,13 +122,13 @@ public:
     const DomainRef& holder() const { return mHolder; }
     bool alive() const { return !mOwner->isDead() && !mHolder->isDead(); }
 
-protected:
+  protected:
     Return<void> pingRemote() const;
     Return<bool> linkRemote(const sp<hidl_death_recipient>& recipient, uint64_t cookie,
                             const wp<IBase>& who);
     Return<bool> unlinkRemote(const sp<hidl_death_recipient>& recipient);
 
-private:
+  private:
     const sp<IBase> mImpl;
     const DomainRef mOwner;
     const DomainRef mHolder;
@@ -158,7 +158,7 @@ struct IsInterfaceRef<sp<J>> : std::is_base_of<IBase, J> {};
 // The proxy base of interface I: each method of a concrete proxy is one call().
 template <typename I>
 class BpHw : public I, public ProxyCore {
-public:
+  public:
     BpHw(const sp<IBase>& impl, const DomainRef& owner, const DomainRef& holder)
         : ProxyCore(impl, owner, holder), mTarget(dynamic_cast<I*>(impl.get())) {}
 
@@ -174,7 +174,7 @@ public:
         return call(&IBase::interfaceDescriptor, _hidl_cb);
     }
 
-protected:
+  protected:
     template <typename R, typename C, typename... P, typename... A>
     Return<R> call(Return<R> (C::*method)(P...), A&&... args) {
         static_assert(std::is_base_of<C, I>::value, "method of another interface");
@@ -184,7 +184,7 @@ protected:
         });
     }
 
-private:
+  private:
     // Interface references handed to the service become the service's view of them.
     template <typename A>
     decltype(auto) toOwner(A&& arg) {
@@ -253,29 +253,29 @@ Return<sp<I>> castFromAs(const sp<IBase>& parent) {
 
 // The pieces hidl-gen writes for each interface besides its methods: the descriptor, the
 // service lookups, registration and the checked cast, and the proxy's registration.
-#define ORVEX_HIDL_INTERFACE_SUPPORT(I, NAME, PROXY)                                              \
-    const char* I::descriptor(NAME);                                                              \
-    ::android::hardware::Return<void> I::interfaceDescriptor(interfaceDescriptor_cb _hidl_cb) {   \
-        _hidl_cb(I::descriptor);                                                                  \
-        return ::android::hardware::Void();                                                       \
-    }                                                                                             \
-    ::android::sp<I> I::tryGetService(const std::string& serviceName, bool getStub) {             \
-        return ::android::hardware::details::getServiceAs<I>(serviceName, getStub, false);        \
-    }                                                                                             \
-    ::android::sp<I> I::getService(const std::string& serviceName, bool getStub) {                \
-        return ::android::hardware::details::getServiceAs<I>(serviceName, getStub, true);         \
-    }                                                                                             \
-    ::android::status_t I::registerAsService(const std::string& serviceName) {                    \
-        ::android::hardware::details::registerService(I::descriptor, serviceName, this);          \
-        return ::android::OK;                                                                     \
-    }                                                                                             \
-    ::android::hardware::Return<::android::sp<I>> I::castFrom(                                    \
-            const ::android::sp<::android::hidl::base::V1_0::IBase>& parent, bool) {              \
-        return ::android::hardware::details::castFromAs<I>(parent);                               \
-    }                                                                                             \
-    static const bool _hidl_proxy_registered_##PROXY =                                            \
-            ::android::hardware::details::registerProxyFactory(                                \
-                    NAME, &::android::hardware::details::makeProxy<PROXY>);
+#define ORVEX_HIDL_INTERFACE_SUPPORT(I, NAME, PROXY)                                            \
+    const char* I::descriptor(NAME);                                                            \
+    ::android::hardware::Return<void> I::interfaceDescriptor(interfaceDescriptor_cb _hidl_cb) { \
+        _hidl_cb(I::descriptor);                                                                \
+        return ::android::hardware::Void();                                                     \
+    }                                                                                           \
+    ::android::sp<I> I::tryGetService(const std::string& serviceName, bool getStub) {           \
+        return ::android::hardware::details::getServiceAs<I>(serviceName, getStub, false);      \
+    }                                                                                           \
+    ::android::sp<I> I::getService(const std::string& serviceName, bool getStub) {              \
+        return ::android::hardware::details::getServiceAs<I>(serviceName, getStub, true);       \
+    }                                                                                           \
+    ::android::status_t I::registerAsService(const std::string& serviceName) {                  \
+        ::android::hardware::details::registerService(I::descriptor, serviceName, this);        \
+        return ::android::OK;                                                                   \
+    }                                                                                           \
+    ::android::hardware::Return<::android::sp<I>> I::castFrom(                                  \
+        const ::android::sp<::android::hidl::base::V1_0::IBase>& parent, bool) {                \
+        return ::android::hardware::details::castFromAs<I>(parent);                             \
+    }                                                                                           \
+    static const bool _hidl_proxy_registered_##PROXY =                                          \
+        ::android::hardware::details::registerProxyFactory(                                     \
+            NAME, &::android::hardware::details::makeProxy<PROXY>);
 
 namespace android {
 namespace hardware {

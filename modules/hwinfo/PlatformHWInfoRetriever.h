@@ -24,9 +24,9 @@ public:
     class _thread_register {
     public:
         _thread_register() {
-            ComponentIndex::Instance()->AddPlatformModule(
-                &Constructor<PlatformHWInfoRetriever<T>>, PLATFORM_MODULE_HW_INFO,
-                "PlatformHWInfoRetriever");
+            ComponentIndex::Instance()->AddPlatformModule(&Constructor<PlatformHWInfoRetriever<T>>,
+                                                          PLATFORM_MODULE_HW_INFO,
+                                                          "PlatformHWInfoRetriever");
         }
     };
     static _thread_register Obj;

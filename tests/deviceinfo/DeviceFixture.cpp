@@ -1,5 +1,6 @@
 #include "DeviceFixture.h"
 
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <stdexcept>
@@ -23,8 +24,12 @@ std::vector<std::string> Lines(const std::string& text) {
     return lines;
 }
 
+// The caller has no run path of its own: the loader looks for the host layer, and for the
+// libraries the platform library opens by bare name, in `libraryPath` first. Sanitizer
+// runtimes open libraries on the platform library's behalf, so its own $ORIGIN is not looked
+// at then; naming the folder here gives every build the same search.
 DeviceRun Run(const std::string& rootPath, const std::vector<std::string>& args,
-              const std::string& platformLibrary) {
+              const std::string& platformLibrary, const std::string& libraryPath) {
     const std::string logPath = rootPath + "/caller.log";
     unlink(logPath.c_str());
     DeviceRun run;
@@ -32,13 +37,20 @@ DeviceRun Run(const std::string& rootPath, const std::vector<std::string>& args,
     run.process = RunProcess(CallerProgram(), "caller", args,
                              {{"ORVEX_DEVICE_ROOT", rootPath},
                               {"ORVEX_LOG", logPath},
-                              {"ORVEX_PLATFORM_LIB", platformLibrary}});
+                              {"ORVEX_PLATFORM_LIB", platformLibrary},
+                              {"LD_LIBRARY_PATH", libraryPath}});
     run.lines = Lines(run.process.out);
     run.log = ReadLogFile(logPath);
     return run;
 }
 
 }  // namespace
+
+std::vector<std::string> Output(const DeviceRun& run) {
+    EXPECT_EQ(0, run.process.exitCode) << run.process.err;
+    EXPECT_EQ(0, run.process.termSignal);
+    return run.lines;
+}
 
 LibraryDir::LibraryDir(bool withVolumeLibrary, bool withImagerClient) {
     const std::string lib = ORVEX_BUILD_DIR "/lib/";
@@ -58,8 +70,7 @@ std::string TestLibrary(const std::string& fileName) {
     return ORVEX_BUILD_DIR "/tests/deviceinfo/" + fileName;
 }
 
-void WriteDevice(const DeviceRoot& root, const Device& device,
-                 const std::string& platformLibrary) {
+void WriteDevice(const DeviceRoot& root, const Device& device, const std::string& platformLibrary) {
     std::string buildProp;
     for (const auto& property : device.properties) {
         buildProp += property.first + "=" + property.second + "\n";
@@ -80,8 +91,7 @@ void WriteDevice(const DeviceRoot& root, const Device& device,
     root.AddDir("/system/lib64");
     const std::string& kept =
         device.platformLibraryFile.empty() ? platformLibrary : device.platformLibraryFile;
-    if (symlink(kept.c_str(),
-                root.HostPath("/system/lib64/libplatform.orvex.so").c_str()) != 0) {
+    if (symlink(kept.c_str(), root.HostPath("/system/lib64/libplatform.orvex.so").c_str()) != 0) {
         throw std::runtime_error("symlink platform library");
     }
     if (!device.scannerList.empty()) root.AddFile(kScannerListPath, device.scannerList);
@@ -97,7 +107,7 @@ DeviceRun RunDevice(const Device& device, const std::vector<std::string>& args,
     WriteDevice(root, device, libraries.PlatformLibrary());
     std::vector<std::string> all = args;
     if (!device.cameras.empty()) all.insert(all.begin(), "cameras");
-    return Run(root.path(), all, libraries.PlatformLibrary());
+    return Run(root.path(), all, libraries.PlatformLibrary(), libraries.path());
 }
 
 DeviceRun RunDevice(const Device& device, const std::vector<std::string>& args) {
@@ -105,12 +115,13 @@ DeviceRun RunDevice(const Device& device, const std::vector<std::string>& args) 
     return RunDevice(device, args, libraries);
 }
 
-DeviceRun RunOnRoot(const std::string& rootPath, const std::vector<std::string>& args) {
-    return Run(rootPath, args, PlatformLibraryPath());
+DeviceRun RunOnRoot(const std::string& rootPath, const std::vector<std::string>& args,
+                    const std::string& libraryPath) {
+    return Run(rootPath, args, PlatformLibraryPath(), libraryPath);
 }
 
 std::vector<hostlog::Entry> DeviceRecords(const std::vector<hostlog::Entry>& log,
-                                     const std::vector<std::string>& tags) {
+                                          const std::vector<std::string>& tags) {
     std::vector<hostlog::Entry> out;
     for (const hostlog::Entry& e : log) {
         if (e.message.rfind("[ComponentIndex::AddPlatformModule]", 0) == 0) continue;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <map>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -25,15 +26,15 @@ constexpr const char* kScannerListPath = "/system/etc/scanner/ScannerList.xml";
 // What a test device is made of; every field starts as the default profile's device.
 struct Device {
     std::map<std::string, std::string> properties = {
-        {"ro.board.platform", "lahaina"},     {"ro.product.name", "tr52_gms"},
-        {"ro.product.model", "TR52"},         {"ro.product.device", "TR52HC"},
+        {"ro.board.platform", "lahaina"},      {"ro.product.name", "tr52_gms"},
+        {"ro.product.model", "TR52"},          {"ro.product.device", "TR52HC"},
         {"ro.product.manufacturer", "Tevrin"}, {"ro.build.version.release", "13"},
         {"ro.product.cpu.abi", "x86_64"},
     };
     std::string scannerList;  // empty: no file
     std::string imagerClient = "imager_id=31\ninterface_type=1\n";
     std::string volumeLibrary = "scanner_beep_volume=5\nbeep_audio_api=1\n";
-    std::string cameras;        // empty: no camera list, the service stays away
+    std::string cameras;  // empty: no camera list, the service stays away
     std::string logLevel = "1";
     // The libplatformso entry of the external-dependencies file; empty leaves it out.
     std::string platformLibraryName = "libplatform.orvex.so";
@@ -72,17 +73,22 @@ struct DeviceRun {
     std::vector<hostlog::Entry> log;
 };
 
+// The output of a run that must end normally; a sanitizer's report at exit fails it.
+std::vector<std::string> Output(const DeviceRun& run);
+
 // Writes the device and runs the caller on it with the library folder's platform library.
 DeviceRun RunDevice(const Device& device, const std::vector<std::string>& args,
                     const LibraryDir& libraries);
 DeviceRun RunDevice(const Device& device, const std::vector<std::string>& args);
 
-// Runs the caller on an existing root (a staged profile) with the build's library.
-DeviceRun RunOnRoot(const std::string& rootPath, const std::vector<std::string>& args);
+// Runs the caller on an existing root (a staged profile) with the build's platform library,
+// the loader looking in `libraryPath` first.
+DeviceRun RunOnRoot(const std::string& rootPath, const std::vector<std::string>& args,
+                    const std::string& libraryPath = ORVEX_BUILD_DIR "/lib");
 
 // Records of these tags, in order, without the module registrations every load logs.
 std::vector<hostlog::Entry> DeviceRecords(const std::vector<hostlog::Entry>& log,
-                                     const std::vector<std::string>& tags);
+                                          const std::vector<std::string>& tags);
 
 // The three assertion records of the library.
 std::vector<hostlog::Entry> AssertionRecords(const std::string& description,

@@ -49,28 +49,40 @@ TEST(DeviceInfoBuilder, GathersTheDeviceFactsInOrderAndBuildsTheListFromThem) {
         std::vector<std::string> lines;
         std::vector<Entry> gathered;
     };
-    const Entry noImager = D("[DeviceInfo::GetSupportedScannerInstance] Imager scanner is not present");
+    const Entry noImager =
+        D("[DeviceInfo::GetSupportedScannerInstance] Imager scanner is not present");
     const Entry id31 = D("[DeviceInfo::GetSupportedScannerInstance] Scanner ID=31");
     const Entry rear = D("[DeviceInfo::GetSupportedScannerInstance] Rear Camera is available");
-    const Entry noRear = D("[DeviceInfo::GetSupportedScannerInstance] Rear camera is not available");
+    const Entry noRear =
+        D("[DeviceInfo::GetSupportedScannerInstance] Rear camera is not available");
     const Entry front = D("[DeviceInfo::GetSupportedScannerInstance] Front Camera is available");
-    const Entry noFront = D("[DeviceInfo::GetSupportedScannerInstance] Front camera is not available");
-    const Entry android13 = I("[DeviceInfo::GetSupportedScannerInstance] android version is Android_13");
+    const Entry noFront =
+        D("[DeviceInfo::GetSupportedScannerInstance] Front camera is not available");
+    const Entry android13 =
+        I("[DeviceInfo::GetSupportedScannerInstance] android version is Android_13");
 
     std::vector<Case> cases(4);
-    cases[0] = {"rear camera and imager", {}, {"count 3", "0\tImager\tIM5100", "1\tCamera Scanner\tREAR_CAMERA", "2\tRing\tBT_RING"},
-                {id31, rear, noFront, android13}};
+    cases[0] = {
+        "rear camera and imager",
+        {},
+        {"count 3", "0\tImager\tIM5100", "1\tCamera Scanner\tREAR_CAMERA", "2\tRing\tBT_RING"},
+        {id31, rear, noFront, android13}};
     cases[0].device.cameras = "0=back\n";
-    cases[1] = {"TR41 with both cameras", {},
+    cases[1] = {"TR41 with both cameras",
+                {},
                 {"count 4", "0\tImager\tIM5100", "1\tCamera Scanner\tREAR_CAMERA",
                  "2\tFront Camera Scanner\tFRONT_CAMERA", "3\tRing\tBT_RING"},
                 {id31, rear, front, android13}};
     cases[1].device.cameras = "0=back\n1=front\n";
     cases[1].device.properties["ro.product.model"] = "TR41";
-    cases[2] = {"no camera and no imager", {}, {"count 1", "0\tRing\tBT_RING"},
+    cases[2] = {"no camera and no imager",
+                {},
+                {"count 1", "0\tRing\tBT_RING"},
                 {noImager, noRear, noFront, android13}};
     cases[2].device.imagerClient = "imager=0\n";
-    cases[3] = {"release 14", {}, {"count 1", "0\tRing Android_14\tBT_RING"},
+    cases[3] = {"release 14",
+                {},
+                {"count 1", "0\tRing Android_14\tBT_RING"},
                 {id31, noRear, noFront,
                  I("[DeviceInfo::GetSupportedScannerInstance] android version is Android_14")}};
     cases[3].device.properties["ro.build.version.release"] = "14";
@@ -85,7 +97,7 @@ TEST(DeviceInfoBuilder, GathersTheDeviceFactsInOrderAndBuildsTheListFromThem) {
         SCOPED_TRACE(c.what);
         if (c.device.scannerList.empty()) c.device.scannerList = kList;
         DeviceRun run = RunDevice(c.device, {"scanners"});
-        EXPECT_EQ(c.lines, run.lines) << run.process.err;
+        EXPECT_EQ(c.lines, Output(run)) << run.process.err;
         EXPECT_EQ(c.gathered, Gathered(run));
     }
 }
@@ -95,7 +107,7 @@ TEST(DeviceInfoBuilder, RacingFirstCallsShareOneDeviceInfoAndOneList) {
     device.scannerList = kList;
     device.cameras = "0=back\n";
     DeviceRun run = RunDevice(device, {"race", "8", "same"});
-    EXPECT_EQ((std::vector<std::string>{"same", "same"}), run.lines) << run.process.err;
+    EXPECT_EQ((std::vector<std::string>{"same", "same"}), Output(run)) << run.process.err;
     std::vector<Entry> log = DeviceRecords(run.log, {kTag, kImagerTag});
     EXPECT_EQ(1u, Count(log, "[DeviceInfo::LoadPlatformHWInfoRetrieverModule] E"));
     EXPECT_EQ(1u, Count(log, "[SupportedScannerInfo::SupportedScannerInfo] masterScannerMap"));
@@ -108,7 +120,7 @@ TEST(DeviceInfoBuilder, NumberThatDoesNotParseLeavesNothingStoredAndTheLockFree)
     DeviceRun run = RunDevice(device, {"scanners-catch", "scanners-catch"});
     EXPECT_EQ((std::vector<std::string>{"exception invalid_argument: stoi",
                                         "exception invalid_argument: stoi"}),
-              run.lines)
+              Output(run))
         << run.process.err;
     // Both calls gathered the facts: the first left nothing behind.
     EXPECT_EQ(2u, Count(DeviceRecords(run.log, {kTag}),
@@ -121,8 +133,9 @@ TEST(DeviceInfoBuilder, PlatformOrModelTooLongForItsBufferEndsTheProcess) {
         size_t length;
         bool ends;
     };
-    for (const Case& c : {Case{"ro.board.platform", 255, false}, Case{"ro.board.platform", 256, true},
-                          Case{"ro.product.model", 256, true}}) {
+    for (const Case& c :
+         {Case{"ro.board.platform", 255, false}, Case{"ro.board.platform", 256, true},
+          Case{"ro.product.model", 256, true}}) {
         SCOPED_TRACE(std::string(c.property) + " " + std::to_string(c.length));
         Device device;
         device.scannerList = kList;
@@ -132,8 +145,9 @@ TEST(DeviceInfoBuilder, PlatformOrModelTooLongForItsBufferEndsTheProcess) {
             EXPECT_EQ(SIGABRT, run.process.termSignal);
             EXPECT_TRUE(run.lines.empty());
         } else {
-            EXPECT_EQ((std::vector<std::string>{"count 2", "0\tImager\tIM5100", "1\tRing\tBT_RING"}),
-                      run.lines);
+            EXPECT_EQ(
+                (std::vector<std::string>{"count 2", "0\tImager\tIM5100", "1\tRing\tBT_RING"}),
+                Output(run));
         }
     }
 }

@@ -33,7 +33,7 @@ TEST(DeviceInfo, StringFactsAreReadOnceAndLoggedOnceExceptTheDecryptionStatus) {
     EXPECT_EQ((std::vector<std::string>{"lahaina", "lahaina", "tr52_gms", "TR52", "TR52HC",
                                         "Tevrin", "13", "x86_64", "[]", "[]", "[]", "lahaina",
                                         "[trigger_restart_framework]"}),
-              run.lines);
+              Output(run));
     EXPECT_EQ(Plus(ConstructionRecords(),
                    {D("[DeviceInfo::GetPlatformName] Platform Name lahaina"),
                     D("[DeviceInfo::GetProductName] Product Name tr52_gms"),
@@ -103,29 +103,54 @@ TEST(DeviceInfo, CamerasComeFromTheCameraServiceThenFromProperties) {
     const std::vector<Case> cases = {
         {"rear camera listed", "0=back\n", {}, rear, "true", {}},
         {"rear camera not first", "0=front\n1=external\n2=back\n", {}, rear, "true", {}},
-        {"front camera listed second", "0=back\n1=front\n", {}, front, "true",
-         {facing1, facing0}},
+        {"front camera listed second", "0=back\n1=front\n", {}, front, "true", {facing1, facing0}},
         {"only a rear camera", "0=back\n", {}, front, "false", {facing1}},
-        {"no service, second rear property", "", {{"ro.boot.device.camera0", "0"},
-                                                   {"ro.config.device.camera0", "2"}},
-         rear, "true", {}},
+        {"no service, second rear property",
+         "",
+         {{"ro.boot.device.camera0", "0"}, {"ro.config.device.camera0", "2"}},
+         rear,
+         "true",
+         {}},
         {"no service, no property", "", {}, rear, "false", {}},
-        {"service without cameras, first rear property", "# none\n",
-         {{"ro.boot.device.camera0", "1"}}, rear, "true", {}},
+        {"service without cameras, first rear property",
+         "# none\n",
+         {{"ro.boot.device.camera0", "1"}},
+         rear,
+         "true",
+         {}},
         {"negative property", "", {{"ro.boot.device.camera0", "-1"}}, rear, "false", {}},
         {"leading blanks", "", {{"ro.boot.device.camera0", "  1"}}, rear, "true", {}},
-        {"not a number, then the second property", "",
-         {{"ro.boot.device.camera0", "yes"}, {"ro.config.device.camera0", "1"}}, rear, "true",
+        {"not a number, then the second property",
+         "",
+         {{"ro.boot.device.camera0", "yes"}, {"ro.config.device.camera0", "1"}},
+         rear,
+         "true",
          {rearStoi}},
-        {"out of range", "", {{"ro.config.device.camera0", "99999999999"}}, rear, "false",
+        {"out of range",
+         "",
+         {{"ro.config.device.camera0", "99999999999"}},
+         rear,
+         "false",
          {rearStoi}},
-        {"front property read twice", "", {{"ro.boot.device.camera1", "x"}}, front, "false",
+        {"front property read twice",
+         "",
+         {{"ro.boot.device.camera1", "x"}},
+         front,
+         "false",
          {frontStoi, frontStoi}},
         {"front property", "", {{"ro.boot.device.camera1", "1"}}, front, "true", {}},
-        {"a camera without lens facing ends the service check", "0=none\n1=back\n", {}, rear,
-         "false", {}},
-        {"a camera that went away ends the service check", "0=unavailable\n1=front\n", {}, front,
-         "false", {}},
+        {"a camera without lens facing ends the service check",
+         "0=none\n1=back\n",
+         {},
+         rear,
+         "false",
+         {}},
+        {"a camera that went away ends the service check",
+         "0=unavailable\n1=front\n",
+         {},
+         front,
+         "false",
+         {}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -133,7 +158,7 @@ TEST(DeviceInfo, CamerasComeFromTheCameraServiceThenFromProperties) {
         device.cameras = c.cameras;
         for (const auto& p : c.properties) device.properties[p.first] = p.second;
         DeviceRun run = RunDevice(device, Info({c.op}));
-        EXPECT_EQ(std::vector<std::string>{c.answer}, run.lines) << run.process.err;
+        EXPECT_EQ(std::vector<std::string>{c.answer}, Output(run)) << run.process.err;
         EXPECT_EQ(Plus(ConstructionRecords(), c.log), Facts(run));
     }
 }
@@ -141,25 +166,25 @@ TEST(DeviceInfo, CamerasComeFromTheCameraServiceThenFromProperties) {
 TEST(DeviceInfo, CameraCheckDeletesManagerAndMetadataButKeepsTheIdList) {
     Device device;
     device.cameras = "0=front\n1=back\n";
-    DeviceRun run = RunDevice(device, {"info", "IsRearCameraAvaialable", "camera-calls", "idlists"});
-    EXPECT_EQ((std::vector<std::string>{"true", "ACameraManager_create",
-                                        "ACameraManager_getCameraIdList",
-                                        "ACameraManager_getCameraCharacteristics 0",
-                                        "ACameraMetadata_getConstEntry 0x80005",
-                                        "ACameraMetadata_free",
-                                        "ACameraManager_getCameraCharacteristics 1",
-                                        "ACameraMetadata_getConstEntry 0x80005",
-                                        "ACameraMetadata_free", "ACameraManager_delete", "1"}),
-              run.lines);
+    DeviceRun run =
+        RunDevice(device, {"info", "IsRearCameraAvaialable", "camera-calls", "idlists"});
+    EXPECT_EQ(
+        (std::vector<std::string>{"true", "ACameraManager_create", "ACameraManager_getCameraIdList",
+                                  "ACameraManager_getCameraCharacteristics 0",
+                                  "ACameraMetadata_getConstEntry 0x80005", "ACameraMetadata_free",
+                                  "ACameraManager_getCameraCharacteristics 1",
+                                  "ACameraMetadata_getConstEntry 0x80005", "ACameraMetadata_free",
+                                  "ACameraManager_delete", "1"}),
+        Output(run));
 
     device.cameras = "0=none\n";
     run = RunDevice(device, {"info", "IsFrontCameraAvaialable", "camera-calls"});
-    EXPECT_EQ((std::vector<std::string>{"false", "ACameraManager_create",
-                                        "ACameraManager_getCameraIdList",
-                                        "ACameraManager_getCameraCharacteristics 0",
-                                        "ACameraMetadata_getConstEntry 0x80005",
-                                        "ACameraMetadata_free", "ACameraManager_delete"}),
-              run.lines);
+    EXPECT_EQ(
+        (std::vector<std::string>{
+            "false", "ACameraManager_create", "ACameraManager_getCameraIdList",
+            "ACameraManager_getCameraCharacteristics 0", "ACameraMetadata_getConstEntry 0x80005",
+            "ACameraMetadata_free", "ACameraManager_delete"}),
+        Output(run));
 }
 
 TEST(DeviceInfo, VolumeFactsComeFromTheVolumeLibraryWhenItHasThem) {
@@ -177,12 +202,13 @@ TEST(DeviceInfo, VolumeFactsComeFromTheVolumeLibraryWhenItHasThem) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         Device device;
-        device.volumeLibrary = "scanner_beep_volume=5\nbeep_audio_api=1\naudio_accessory_status=1\n";
+        device.volumeLibrary =
+            "scanner_beep_volume=5\nbeep_audio_api=1\naudio_accessory_status=1\n";
         std::vector<std::string> ops = {"GetScannerBeepVolume", "GetScannerAudioAPI"};
         // Only a device with the whole library may be asked about the headset.
         if (c.lines.size() == 3) ops.push_back("CheckExternalHeadset");
         DeviceRun run = RunDevice(device, Info(ops), c.libraries);
-        EXPECT_EQ(c.lines, run.lines) << run.process.err;
+        EXPECT_EQ(c.lines, Output(run)) << run.process.err;
         std::vector<Entry> log = {
             D("[DeviceInfo::GetScannerBeepVolume] Scanner Beep Volume " + c.lines[0]),
             D("[DeviceInfo::GetScannerAudioAPI] Scanner Audio API " + c.lines[1])};
@@ -199,7 +225,7 @@ TEST(DeviceInfo, HeadsetStateIsTheAccessoryTextAsANumber) {
         Device device;
         device.volumeLibrary = "audio_accessory_status=" + c.first + "\n";
         EXPECT_EQ(std::vector<std::string>{c.second},
-                  RunDevice(device, Info({"CheckExternalHeadset"})).lines)
+                  Output(RunDevice(device, Info({"CheckExternalHeadset"}))))
             << c.first;
     }
 }
@@ -223,7 +249,7 @@ TEST(DeviceInfo, ScannerIdIsTheImagerIdAsANumberAndZeroWhenItIsNone) {
         Device device;
         device.imagerClient = "imager_id=" + c.id + "\ninterface_type=4\n";
         DeviceRun run = RunDevice(device, Info({"GetScanner", "GetImagerInterfaceType"}));
-        EXPECT_EQ((std::vector<std::string>{c.answer, "4"}), run.lines);
+        EXPECT_EQ((std::vector<std::string>{c.answer, "4"}), Output(run));
         std::vector<Entry> log = DeviceRecords(run.log, {kTag});
         // After the construction and the imager library's own lines.
         std::vector<Entry> tail;
@@ -248,7 +274,7 @@ TEST(DeviceInfo, HardwareInfoModuleComesThroughThePlatformLibrarysEntryPoints) {
         E("[DeviceInfo::isDeviceFederalSKU2] PlatformHWInfoRetriever module is not loaded")};
 
     DeviceRun run = RunDevice({}, ops);
-    EXPECT_EQ((std::vector<std::string>{"false", "false", "1"}), run.lines);
+    EXPECT_EQ((std::vector<std::string>{"false", "false", "1"}), Output(run));
     EXPECT_EQ(Plus(ConstructionRecords(),
                    {D("[DeviceInfo::isDeviceFederalSKU1] "
                       "pPlatforHWInfoRetreiver->isDeviceFederalSKU1 returns false"),
@@ -261,7 +287,7 @@ TEST(DeviceInfo, HardwareInfoModuleComesThroughThePlatformLibrarysEntryPoints) {
     Device unsupported;
     unsupported.platformLibraryFile = TestLibrary("libplatform_without_hw_info.so");
     run = RunDevice(unsupported, ops);
-    EXPECT_EQ((std::vector<std::string>{"false", "false", "7"}), run.lines);
+    EXPECT_EQ((std::vector<std::string>{"false", "false", "7"}), Output(run));
     EXPECT_EQ(Plus(Plus({D("[DeviceInfo::LoadPlatformHWInfoRetrieverModule] E"),
                          E("[DeviceInfo::LoadPlatformHWINfoRetrieverModule] "
                            "PlatformHWInfoRetriever module is not supported")},
@@ -272,7 +298,7 @@ TEST(DeviceInfo, HardwareInfoModuleComesThroughThePlatformLibrarysEntryPoints) {
     Device missing;
     missing.platformLibraryName = "libmissing.so";
     run = RunDevice(missing, ops);
-    EXPECT_EQ((std::vector<std::string>{"false", "false", "-1"}), run.lines);
+    EXPECT_EQ((std::vector<std::string>{"false", "false", "-1"}), Output(run));
     EXPECT_EQ(Plus(Plus({D("[DeviceInfo::LoadPlatformHWInfoRetrieverModule] E"),
                          E("[DeviceInfo::LoadPlatformHWINfoRetrieverModule]  Unable to load "
                            "platform library '/system/lib64/libmissing.so error " +
@@ -286,7 +312,7 @@ TEST(DeviceInfo, HardwareInfoModuleComesThroughThePlatformLibrarysEntryPoints) {
     Device unnamed;
     unnamed.platformLibraryName = "";
     run = RunDevice(unnamed, ops);
-    EXPECT_EQ((std::vector<std::string>{"false", "false", "-1"}), run.lines);
+    EXPECT_EQ((std::vector<std::string>{"false", "false", "-1"}), Output(run));
 }
 
 TEST(DeviceInfo, PlatformLibraryWithoutAnEntryPointEndsTheProcess) {
@@ -295,8 +321,9 @@ TEST(DeviceInfo, PlatformLibraryWithoutAnEntryPointEndsTheProcess) {
         const char* function;
         int line;
     };
-    for (const Case& c : {Case{"libplatform_without_get_module.so", "GetAbstractedPlatformModule", 66},
-                          Case{"libplatform_without_delete_module.so", "DeletePlatformModule", 69}}) {
+    for (const Case& c :
+         {Case{"libplatform_without_get_module.so", "GetAbstractedPlatformModule", 66},
+          Case{"libplatform_without_delete_module.so", "DeletePlatformModule", 69}}) {
         SCOPED_TRACE(c.function);
         Device device;
         device.platformLibraryFile = TestLibrary(c.file);

@@ -33,17 +33,16 @@ TEST(ImagerInfoUtils, ReadsIdAndTypeOnceThenReleasesTheProviderAndTheLibrary) {
     Device device;
     device.imagerClient = "imager_id=31\ninterface_type=2\n";
     DeviceRun run = RunDevice(device, kQueries);
-    EXPECT_EQ((std::vector<std::string>{"[31]", "2", "unloaded"}), run.lines) << run.process.err;
-    EXPECT_EQ(Plus(kLoadAndAsk,
-                   {Client("GetImager() = imager"),
-                    I("[ImagerInfoUtils::LoadImagerModules] m_Imager not NULL\n"),
-                    D("ImagerInfoUtils::ImagerInfoUtils] Loaded Imager Modules!\n"),
-                    Client("GetImagerId() = 31"),
-                    D("ImagerInfoUtils::ImagerInfoUtils] m_ImagerID = 31\n"),
-                    Client("GetInterfaceType() = 2"),
-                    D("ImagerInfoUtils::ImagerInfoUtils] Interface ID = 2\n"),
-                    Client("imager destroyed"), Client("provider destroyed"),
-                    Client("libimagerclient.so unloaded")}),
+    EXPECT_EQ((std::vector<std::string>{"[31]", "2", "unloaded"}), Output(run)) << run.process.err;
+    EXPECT_EQ(Plus(kLoadAndAsk, {Client("GetImager() = imager"),
+                                 I("[ImagerInfoUtils::LoadImagerModules] m_Imager not NULL\n"),
+                                 D("ImagerInfoUtils::ImagerInfoUtils] Loaded Imager Modules!\n"),
+                                 Client("GetImagerId() = 31"),
+                                 D("ImagerInfoUtils::ImagerInfoUtils] m_ImagerID = 31\n"),
+                                 Client("GetInterfaceType() = 2"),
+                                 D("ImagerInfoUtils::ImagerInfoUtils] Interface ID = 2\n"),
+                                 Client("imager destroyed"), Client("provider destroyed"),
+                                 Client("libimagerclient.so unloaded")}),
               DeviceRecords(run.log, {kTag, kImagerTag}));
 }
 
@@ -53,22 +52,23 @@ TEST(ImagerInfoUtils, FailedLoadKeepsTheLibraryAndAnyProviderAndAnswersEmpty) {
         std::string profile;
         std::vector<Entry> log;
     };
-    const Entry unsuccessful = E("ImagerInfoUtils::ImagerInfoUtils] Load Imager Modules Unsuccessful!\n");
+    const Entry unsuccessful =
+        E("ImagerInfoUtils::ImagerInfoUtils] Load Imager Modules Unsuccessful!\n");
     const std::vector<Case> cases = {
         {"no provider", "provider=0\n",
-         Plus(kLoadAndAsk, {E("[ImagerInfoUtils::LoadImagerModules] m_ImagerProvider is NULL"),
-                            unsuccessful})},
+         Plus(kLoadAndAsk,
+              {E("[ImagerInfoUtils::LoadImagerModules] m_ImagerProvider is NULL"), unsuccessful})},
         {"no imager", "imager=0\n",
-         Plus(kLoadAndAsk, {Client("GetImager() = null"),
-                            E("[ImagerInfoUtils::LoadImagerModules] m_Imager is NULL\n"),
-                            unsuccessful})},
+         Plus(kLoadAndAsk,
+              {Client("GetImager() = null"),
+               E("[ImagerInfoUtils::LoadImagerModules] m_Imager is NULL\n"), unsuccessful})},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         Device device;
         device.imagerClient = c.profile;
         DeviceRun run = RunDevice(device, kQueries);
-        EXPECT_EQ((std::vector<std::string>{"[]", "0", "loaded"}), run.lines) << run.process.err;
+        EXPECT_EQ((std::vector<std::string>{"[]", "0", "loaded"}), Output(run)) << run.process.err;
         // The library's unload line is written at exit, after everything the caller did.
         std::vector<Entry> log = DeviceRecords(run.log, {kTag, kImagerTag});
         EXPECT_EQ(Plus(c.log, {Client("libimagerclient.so unloaded")}), log);

@@ -49,32 +49,34 @@ Device WithList(const std::string& list, bool rearCamera) {
 }
 
 TEST(SupportedScannerInfo, ImagerBehindACameraScannerIsFoundWithItsOrientation) {
-    Device device = WithList(
-        List(Camera("Camera Scanner", "1", "0", "REAR_CAMERA") +
-                 Builtin("31", "1", "Imager", "1", "IM5100") + External("Ring", "1", "2", "BT_RING"),
-             Product("lahaina", "TR52", ProductBuiltin("1", "IM5100", "Imager", "2"))),
-        true);
-    DeviceRun run = RunDevice(
-        device, Scanner({{"GetInBuiltScannerModel"},
-                         {"IsMirroredAndFlipped"},
-                         {"GetScannerNameAt", "5"},
-                         {"GetScannerNameAt", "-1"},
-                         {"GetScannerModelNameAt", "2"},
-                         {"IsScannerAvailable", "Camera Scanner"},
-                         {"IsScannerAvailable", "camera scanner"},
-                         {"IsScannerAvailable", ""},
-                         {"GetNumberOfSupportedScanners"},
-                         {"IsScannerListAvailable"}}));
+    Device device =
+        WithList(List(Camera("Camera Scanner", "1", "0", "REAR_CAMERA") +
+                          Builtin("31", "1", "Imager", "1", "IM5100") +
+                          External("Ring", "1", "2", "BT_RING"),
+                      Product("lahaina", "TR52", ProductBuiltin("1", "IM5100", "Imager", "2"))),
+                 true);
+    DeviceRun run = RunDevice(device, Scanner({{"GetInBuiltScannerModel"},
+                                               {"IsMirroredAndFlipped"},
+                                               {"GetScannerNameAt", "5"},
+                                               {"GetScannerNameAt", "-1"},
+                                               {"GetScannerModelNameAt", "2"},
+                                               {"IsScannerAvailable", "Camera Scanner"},
+                                               {"IsScannerAvailable", "camera scanner"},
+                                               {"IsScannerAvailable", ""},
+                                               {"GetNumberOfSupportedScanners"},
+                                               {"IsScannerListAvailable"}}));
     EXPECT_EQ((std::vector<std::string>{"[IM5100]", "2", "[]", "[]", "[BT_RING]", "true", "false",
                                         "false", "3", "true"}),
-              run.lines)
+              Output(run))
         << run.process.err;
-    const Entry model0 = D("[SupportedScannerInfo::GetScannerModelNameAt] Scanner Model REAR_CAMERA");
+    const Entry model0 =
+        D("[SupportedScannerInfo::GetScannerModelNameAt] Scanner Model REAR_CAMERA");
     const Entry model1 = D("[SupportedScannerInfo::GetScannerModelNameAt] Scanner Model IM5100");
     EXPECT_EQ(
         (std::vector<Entry>{
             model0, model1, model0, model1,
-            I("[SupportedScannerInfo::IsMirroredAndFlipped] ScannerName=Imager has orientation = 2"),
+            I("[SupportedScannerInfo::IsMirroredAndFlipped] ScannerName=Imager has orientation = "
+              "2"),
             D("[SupportedScannerInfo::GetScannerNameAt] index=5, ScannerName=\n"),
             D("[SupportedScannerInfo::GetScannerNameAt] index=-1, ScannerName=\n"),
             D("[SupportedScannerInfo::GetScannerModelNameAt] Scanner Model BT_RING"),
@@ -86,10 +88,10 @@ TEST(SupportedScannerInfo, ImagerBehindACameraScannerIsFoundWithItsOrientation) 
 }
 
 TEST(SupportedScannerInfo, ListOfOnlyACameraScannerHasNoImager) {
-    DeviceRun run = RunDevice(
-        WithList(List(Camera("Camera Scanner", "1", "0", "REAR_CAMERA"), ""), true),
-        Scanner({{"GetInBuiltScannerModel"}, {"IsMirroredAndFlipped"}}));
-    EXPECT_EQ((std::vector<std::string>{"[]", "0"}), run.lines) << run.process.err;
+    DeviceRun run =
+        RunDevice(WithList(List(Camera("Camera Scanner", "1", "0", "REAR_CAMERA"), ""), true),
+                  Scanner({{"GetInBuiltScannerModel"}, {"IsMirroredAndFlipped"}}));
+    EXPECT_EQ((std::vector<std::string>{"[]", "0"}), Output(run)) << run.process.err;
 }
 
 TEST(SupportedScannerInfo, EmptyListAnswersFalseOrZero) {
@@ -99,7 +101,7 @@ TEST(SupportedScannerInfo, EmptyListAnswersFalseOrZero) {
                                                {"GetNumberOfSupportedScanners"},
                                                {"IsScannerAvailable", "Ring"},
                                                {"IsMirroredAndFlipped"}}));
-    EXPECT_EQ((std::vector<std::string>{"false", "0", "false", "0"}), run.lines);
+    EXPECT_EQ((std::vector<std::string>{"false", "0", "false", "0"}), Output(run));
     const Entry empty = E("[SupportedScannerInfo::IsScannerListAvailable] Scanner List is empty");
     EXPECT_EQ((std::vector<Entry>{
                   empty, empty,

@@ -227,17 +227,17 @@ TEST_F(XMLParserUtilTest, BuildsTheOrderedListFromDefaultsAndProductAmendments) 
          {Error("[XMLParserUtil::UpDateScannerListWithPlatformSupportedScanners] External scanner "
                 "name does not exist under external-scanner tag")}},
         {"a product renames and orients the built-in scanner of its model only",
-         List(builtin31,
-              Product("lahaina", "TR52",
-                      ProductBuiltin("1", "IM5100", "Mirrored Imager", "2") +
-                          ProductBuiltin("1", "IM9999", "Wrong Model", "1") +
-                          ProductBuiltin("7", "IM5100", "Wrong Index", "1"))),
+         List(builtin31, Product("lahaina", "TR52",
+                                 ProductBuiltin("1", "IM5100", "Mirrored Imager", "2") +
+                                     ProductBuiltin("1", "IM9999", "Wrong Model", "1") +
+                                     ProductBuiltin("7", "IM5100", "Wrong Index", "1"))),
          {},
          {{"Mirrored Imager", 0, "IM5100", 2}},
          {}},
         {"another platform's or product's amendments do not apply",
-         List(builtin31, Product("holi", "TR52", ProductBuiltin("1", "IM5100", "Holi", "1")) +
-                             Product("lahaina", "TR41", ProductBuiltin("1", "IM5100", "TR41", "1"))),
+         List(builtin31,
+              Product("holi", "TR52", ProductBuiltin("1", "IM5100", "Holi", "1")) +
+                  Product("lahaina", "TR41", ProductBuiltin("1", "IM5100", "TR41", "1"))),
          {},
          {{"Imager", 0, "IM5100", 0}},
          {}},
@@ -263,17 +263,17 @@ TEST_F(XMLParserUtilTest, BuildsTheOrderedListFromDefaultsAndProductAmendments) 
 TEST_F(XMLParserUtilTest, NullTextArgumentsGiveAnEmptyListWithoutReadingAnything) {
     XMLParserUtil parser;
     char text[] = "x";
-    EXPECT_TRUE(parser.GetSupportedScannerListFromXML(nullptr, true, 1, text, text, text, true)
-                    .empty());
-    EXPECT_TRUE(parser.GetSupportedScannerListFromXML("/missing", true, 1, nullptr, text, text,
-                                                      true)
-                    .empty());
-    EXPECT_TRUE(parser.GetSupportedScannerListFromXML("/missing", true, 1, text, nullptr, text,
-                                                      true)
-                    .empty());
-    EXPECT_TRUE(parser.GetSupportedScannerListFromXML("/missing", true, 1, text, text, nullptr,
-                                                      true)
-                    .empty());
+    EXPECT_TRUE(
+        parser.GetSupportedScannerListFromXML(nullptr, true, 1, text, text, text, true).empty());
+    EXPECT_TRUE(
+        parser.GetSupportedScannerListFromXML("/missing", true, 1, nullptr, text, text, true)
+            .empty());
+    EXPECT_TRUE(
+        parser.GetSupportedScannerListFromXML("/missing", true, 1, text, nullptr, text, true)
+            .empty());
+    EXPECT_TRUE(
+        parser.GetSupportedScannerListFromXML("/missing", true, 1, text, text, nullptr, true)
+            .empty());
 }
 
 TEST_F(XMLParserUtilTest, NumberThatDoesNotParseEscapesOnlyFromAnEntryThatIsTaken) {
@@ -291,16 +291,20 @@ TEST_F(XMLParserUtilTest, NumberThatDoesNotParseEscapesOnlyFromAnEntryThatIsTake
         {"built-in id", List(Builtin("abc", "1", "Imager", "1", "IM"), ""), {}, true},
         {"built-in id with scanner ID 0", List(Builtin("abc", "1", "Imager", "1", "IM"), ""),
          WithScannerId(0), false},
-        {"product supported", List("", Product("lahaina", "TR52", External("S", "yes", "1", "M"))),
-         {}, true},
+        {"product supported",
+         List("", Product("lahaina", "TR52", External("S", "yes", "1", "M"))),
+         {},
+         true},
         {"orientation of the built-in scanner amended",
          List(Builtin("31", "1", "Imager", "1", "IM5100"),
               Product("lahaina", "TR52", ProductBuiltin("1", "IM5100", "Imager", ""))),
-         {}, true},
+         {},
+         true},
         {"orientation of an amendment that does not apply",
          List(Builtin("31", "1", "Imager", "1", "IM5100"),
               Product("lahaina", "TR52", ProductBuiltin("1", "OTHER", "Imager", "x"))),
-         {}, false},
+         {},
+         false},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -350,9 +354,8 @@ TEST_F(XMLParserUtilDeathTest, BrokenFileEndsTheProcessWithItsAssertion) {
             doc.LoadFile(root_.HostPath(kPath).c_str());
             error = head + "Unable to load ScannerList XML file, desc : " + doc.ErrorStr();
         }
-        EXPECT_DEATH(Parse({}),
-                     LiteralRegex(" E ScannerFramework: " + error + "\n") + ".*" +
-                         AssertionRegex(c.description, kSource, c.line));
+        EXPECT_DEATH(Parse({}), LiteralRegex(" E ScannerFramework: " + error + "\n") + ".*" +
+                                    AssertionRegex(c.description, kSource, c.line));
         unlink(root_.HostPath(kPath).c_str());
     }
 }

@@ -17,6 +17,9 @@
 //                             when all of them got the same objects
 //     imager OP               call ImagerInfoUtils' GetImagerID or GetImagerInterfaceType
 //     imagerclient-loaded     print "loaded" or "unloaded" for libimagerclient.so
+//     hwinfo                  GetAbstractedPlatformModule(12): print its name and both SKU
+//                             answers, or "null"; then DeletePlatformModule
+//     hwinfo-named NAME       GetPlatformModule(12, NAME): print "module" or "null"; delete it
 //     camera-calls            print the camera NDK calls made so far, one per line
 //     idlists                 print the number of camera id lists not freed
 
@@ -35,6 +38,12 @@
 
 #include "orvex/camera_service.h"
 #include "orvex/properties.h"
+
+class DeviceInfo;
+class SupportedScannerInfo;
+class ImagerInfoUtils;
+class IPlatformModule;
+enum PlatformModuleTag : int {};
 
 // The views have external linkage on purpose: in an anonymous namespace the compiler sees that
 // nothing derives from them and turns every call into a pure-virtual call.
@@ -84,11 +93,28 @@ public:
     virtual ~ImagerInfoUtilsView() {}
 };
 
+// The hardware-info module (tag 12), slot by slot.
+class HWInfoModuleView {
+public:
+    virtual ~HWInfoModuleView() {}
+    virtual bool IsSupported() = 0;
+    virtual const char* GetModuleName() = 0;
+    virtual bool isDeviceFederalSku1() = 0;
+    virtual bool isDeviceFederalSku2() = 0;
+};
+
 namespace {
 
-typedef DeviceInfoView* (*GetDeviceInfoFunc)();
-typedef SupportedScannerInfoView* (*GetScannerInfoFunc)();
-typedef ImagerInfoUtilsView* (*GetImagerInfoFunc)();
+// The exported functions' own types: a call through any other function type is undefined, and
+// UBSan says so. Their results are then seen through the views.
+typedef DeviceInfo* (*GetDeviceInfoFunc)();
+typedef SupportedScannerInfo* (*GetScannerInfoFunc)();
+typedef ImagerInfoUtils* (*GetImagerInfoFunc)();
+
+template <typename View, typename Exported>
+View* As(Exported* object) {
+    return reinterpret_cast<View*>(object);
+}
 
 void* gLibrary = nullptr;
 
@@ -101,9 +127,9 @@ void* Symbol(const char* name) {
     return symbol;
 }
 
-DeviceInfoView* Info() {
+GetDeviceInfoFunc DeviceInfoFunc() {
     return reinterpret_cast<GetDeviceInfoFunc>(
-        Symbol("_ZN3odk17DeviceInfoBuilder21GetDeviceInfoInstanceEv"))();
+        Symbol("_ZN3odk17DeviceInfoBuilder21GetDeviceInfoInstanceEv"));
 }
 
 GetScannerInfoFunc ScannerInfoFunc() {
@@ -111,44 +137,76 @@ GetScannerInfoFunc ScannerInfoFunc() {
         Symbol("_ZN3odk17DeviceInfoBuilder31GetSupportedScannerInfoInstanceEv"));
 }
 
+DeviceInfoView* Info() { return As<DeviceInfoView>(DeviceInfoFunc()()); }
+
+SupportedScannerInfoView* Scanners() { return As<SupportedScannerInfoView>(ScannerInfoFunc()()); }
+
 const char* Bool(bool value) { return value ? "true" : "false"; }
 
 // Runs one DeviceInfo operation; false for an unknown name.
 bool CallInfo(const std::string& op, const std::string& arg) {
     DeviceInfoView* info = Info();
-    if (op == "IsRearCameraAvaialable") printf("%s\n", Bool(info->IsRearCameraAvaialable()));
-    else if (op == "IsFrontCameraAvaialable") printf("%s\n", Bool(info->IsFrontCameraAvaialable()));
-    else if (op == "GetPlatformName") printf("%s\n", info->GetPlatformName().c_str());
-    else if (op == "GetProductName") printf("%s\n", info->GetProductName().c_str());
-    else if (op == "GetProductModel") printf("%s\n", info->GetProductModel().c_str());
-    else if (op == "GetProductSKU") printf("%s\n", info->GetProductSKU().c_str());
-    else if (op == "GetManufacturerName") printf("%s\n", info->GetManufacturerName().c_str());
-    else if (op == "GetAndroidVersion") printf("%s\n", info->GetAndroidVersion().c_str());
-    else if (op == "GetABI") printf("%s\n", info->GetABI().c_str());
-    else if (op == "GetScannerBeepVolume") printf("%d\n", info->GetScannerBeepVolume());
-    else if (op == "GetScannerAudioAPI") printf("%d\n", info->GetScannerAudioAPI());
-    else if (op == "CheckExternalHeadset") printf("%d\n", info->CheckExternalHeadset());
-    else if (op == "GetConfigPath") printf("[%s]\n", info->GetConfigPath(arg).c_str());
-    else if (op == "GetScanner") printf("%d\n", info->GetScanner());
-    else if (op == "GetDeviceDecryptionStatus") printf("[%s]\n", info->GetDeviceDecryptionStatus().c_str());
-    else if (op == "GetImagerInterfaceType") printf("%d\n", info->GetImagerInterfaceType());
-    else if (op == "GetPlatformVersion") printf("%d\n", info->GetPlatformVersion());
-    else if (op == "isDeviceFederalSKU1") printf("%s\n", Bool(info->isDeviceFederalSKU1()));
-    else if (op == "isDeviceFederalSKU2") printf("%s\n", Bool(info->isDeviceFederalSKU2()));
-    else return false;
+    if (op == "IsRearCameraAvaialable")
+        printf("%s\n", Bool(info->IsRearCameraAvaialable()));
+    else if (op == "IsFrontCameraAvaialable")
+        printf("%s\n", Bool(info->IsFrontCameraAvaialable()));
+    else if (op == "GetPlatformName")
+        printf("%s\n", info->GetPlatformName().c_str());
+    else if (op == "GetProductName")
+        printf("%s\n", info->GetProductName().c_str());
+    else if (op == "GetProductModel")
+        printf("%s\n", info->GetProductModel().c_str());
+    else if (op == "GetProductSKU")
+        printf("%s\n", info->GetProductSKU().c_str());
+    else if (op == "GetManufacturerName")
+        printf("%s\n", info->GetManufacturerName().c_str());
+    else if (op == "GetAndroidVersion")
+        printf("%s\n", info->GetAndroidVersion().c_str());
+    else if (op == "GetABI")
+        printf("%s\n", info->GetABI().c_str());
+    else if (op == "GetScannerBeepVolume")
+        printf("%d\n", info->GetScannerBeepVolume());
+    else if (op == "GetScannerAudioAPI")
+        printf("%d\n", info->GetScannerAudioAPI());
+    else if (op == "CheckExternalHeadset")
+        printf("%d\n", info->CheckExternalHeadset());
+    else if (op == "GetConfigPath")
+        printf("[%s]\n", info->GetConfigPath(arg).c_str());
+    else if (op == "GetScanner")
+        printf("%d\n", info->GetScanner());
+    else if (op == "GetDeviceDecryptionStatus")
+        printf("[%s]\n", info->GetDeviceDecryptionStatus().c_str());
+    else if (op == "GetImagerInterfaceType")
+        printf("%d\n", info->GetImagerInterfaceType());
+    else if (op == "GetPlatformVersion")
+        printf("%d\n", info->GetPlatformVersion());
+    else if (op == "isDeviceFederalSKU1")
+        printf("%s\n", Bool(info->isDeviceFederalSKU1()));
+    else if (op == "isDeviceFederalSKU2")
+        printf("%s\n", Bool(info->isDeviceFederalSKU2()));
+    else
+        return false;
     return true;
 }
 
 bool CallScanner(const std::string& op, const std::string& arg) {
-    SupportedScannerInfoView* scanners = ScannerInfoFunc()();
-    if (op == "IsScannerAvailable") printf("%s\n", Bool(scanners->IsScannerAvailable(arg)));
-    else if (op == "GetScannerNameAt") printf("[%s]\n", scanners->GetScannerNameAt(atoi(arg.c_str())).c_str());
-    else if (op == "GetNumberOfSupportedScanners") printf("%d\n", scanners->GetNumberOfSupportedScanners());
-    else if (op == "GetInBuiltScannerModel") printf("[%s]\n", scanners->GetInBuiltScannerModel().c_str());
-    else if (op == "GetScannerModelNameAt") printf("[%s]\n", scanners->GetScannerModelNameAt(atoi(arg.c_str())).c_str());
-    else if (op == "IsMirroredAndFlipped") printf("%d\n", scanners->IsMirroredAndFlipped());
-    else if (op == "IsScannerListAvailable") printf("%s\n", Bool(scanners->IsScannerListAvailable()));
-    else return false;
+    SupportedScannerInfoView* scanners = Scanners();
+    if (op == "IsScannerAvailable")
+        printf("%s\n", Bool(scanners->IsScannerAvailable(arg)));
+    else if (op == "GetScannerNameAt")
+        printf("[%s]\n", scanners->GetScannerNameAt(atoi(arg.c_str())).c_str());
+    else if (op == "GetNumberOfSupportedScanners")
+        printf("%d\n", scanners->GetNumberOfSupportedScanners());
+    else if (op == "GetInBuiltScannerModel")
+        printf("[%s]\n", scanners->GetInBuiltScannerModel().c_str());
+    else if (op == "GetScannerModelNameAt")
+        printf("[%s]\n", scanners->GetScannerModelNameAt(atoi(arg.c_str())).c_str());
+    else if (op == "IsMirroredAndFlipped")
+        printf("%d\n", scanners->IsMirroredAndFlipped());
+    else if (op == "IsScannerListAvailable")
+        printf("%s\n", Bool(scanners->IsScannerListAvailable()));
+    else
+        return false;
     return true;
 }
 
@@ -170,8 +228,7 @@ bool Race(int threads) {
     int done = 0;
     std::vector<void*> infos(threads), scanners(threads);
     GetScannerInfoFunc getScanners = ScannerInfoFunc();
-    auto getInfo = reinterpret_cast<GetDeviceInfoFunc>(
-        Symbol("_ZN3odk17DeviceInfoBuilder21GetDeviceInfoInstanceEv"));
+    GetDeviceInfoFunc getInfo = DeviceInfoFunc();
     std::vector<std::thread> pool;
     for (int i = 0; i < threads; ++i) {
         pool.emplace_back([&, i] {
@@ -242,24 +299,25 @@ int main(int argc, char** argv) {
             }
             i += takesArg ? 2 : 1;
         } else if (cmd == "scanners") {
-            PrintScanners(ScannerInfoFunc()());
+            PrintScanners(Scanners());
         } else if (cmd == "scanners-catch") {
             try {
-                PrintScanners(ScannerInfoFunc()());
+                PrintScanners(Scanners());
             } catch (const std::invalid_argument& e) {
                 printf("exception invalid_argument: %s\n", e.what());
             } catch (const std::out_of_range& e) {
                 printf("exception out_of_range: %s\n", e.what());
             }
         } else if (cmd == "same") {
-            bool same = Info() == Info() && ScannerInfoFunc()() == ScannerInfoFunc()();
+            bool same = Info() == Info() && Scanners() == Scanners();
             printf("%s\n", same ? "same" : "different");
         } else if (cmd == "race" && !next.empty()) {
             printf("%s\n", Race(atoi(next.c_str())) ? "same" : "different");
             ++i;
         } else if (cmd == "imager" && !next.empty()) {
-            ImagerInfoUtilsView* imager = reinterpret_cast<GetImagerInfoFunc>(
-                Symbol("_ZN15ImagerInfoUtils21getImagerInfoInstanceEv"))();
+            ImagerInfoUtilsView* imager =
+                As<ImagerInfoUtilsView>(reinterpret_cast<GetImagerInfoFunc>(
+                    Symbol("_ZN15ImagerInfoUtils21getImagerInfoInstanceEv"))());
             if (next == "GetImagerID") {
                 printf("[%s]\n", imager->GetImagerID().c_str());
             } else if (next == "GetImagerInterfaceType") {
@@ -271,6 +329,28 @@ int main(int argc, char** argv) {
                 return 2;
             }
             ++i;
+        } else if (cmd == "hwinfo" || (cmd == "hwinfo-named" && !next.empty())) {
+            const PlatformModuleTag tag = static_cast<PlatformModuleTag>(12);
+            IPlatformModule* module;
+            if (cmd == "hwinfo") {
+                module = reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag)>(
+                    Symbol("GetAbstractedPlatformModule"))(tag);
+            } else {
+                module = reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag, const char*)>(
+                    Symbol("GetPlatformModule"))(tag, next.c_str());
+                ++i;
+            }
+            if (module == nullptr) {
+                printf("null\n");
+            } else if (cmd == "hwinfo") {
+                HWInfoModuleView* hwInfo = As<HWInfoModuleView>(module);
+                const char* name = hwInfo->GetModuleName();
+                printf("%s %s %s\n", name, Bool(hwInfo->isDeviceFederalSku1()),
+                       Bool(hwInfo->isDeviceFederalSku2()));
+            } else {
+                printf("module\n");
+            }
+            reinterpret_cast<void (*)(IPlatformModule*)>(Symbol("DeletePlatformModule"))(module);
         } else if (cmd == "imagerclient-loaded") {
             void* handle = dlopen("libimagerclient.so", RTLD_LAZY | RTLD_NOLOAD);
             printf("%s\n", handle != nullptr ? "loaded" : "unloaded");

@@ -1,12 +1,10 @@
 // The simulated hardware manager seen from a client: sub-interfaces behind proxies, the
 // trigger's key-event protocol on a client's queue, death and return.
 
-#include <gtest/gtest.h>
-
 #include <dirent.h>
-
 #include <fmq/EventFlag.h>
 #include <fmq/MessageQueue.h>
+#include <gtest/gtest.h>
 #include <orvex/hidl_registry.h>
 
 #include "HardwareManagerSim.h"
@@ -29,7 +27,7 @@ size_t OpenDescriptors() {
 
 // The client side of the key-event protocol, as a reader thread would run it.
 class KeyClient {
-public:
+  public:
     KeyClient() : mQueue(16, true) {
         EXPECT_EQ(EventFlag::createEventFlag(mQueue.getEventFlagWord(), &mFlag), ::android::OK);
     }
@@ -70,8 +68,8 @@ TEST(HardwareManagerSim, HandsOutItsTriggerBehindAProxyAndRecordsCalls) {
     EXPECT_EQ(sim.manager()->calls().Calls(),
               (std::vector<std::string>{"getTriggerInterface()", "getSerialInterface()"}));
     EXPECT_EQ(sim.trigger()->calls().Calls(),
-              (std::vector<std::string>{"acquireTrigger()", "stopTrigger()", "simulateTrigger(3, 4)",
-                                        "getPressedTrigger()"}));
+              (std::vector<std::string>{"acquireTrigger()", "stopTrigger()",
+                                        "simulateTrigger(3, 4)", "getPressedTrigger()"}));
 }
 
 TEST(HardwareManagerSim, TriggerWritesOneRecordPerWakeAndWaitsUntilItIsTaken) {

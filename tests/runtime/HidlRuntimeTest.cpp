@@ -2,16 +2,15 @@
 // fatal reads of failed results, callbacks on runtime threads and the registry's lookups.
 
 #include <gtest/gtest.h>
+#include <hidl/HidlTransportSupport.h>
+#include <orvex/hidl_registry.h>
+#include <orvex/log_capture.h>
+#include <vendor/tevrin/hardware/dchwmanager/1.0/IDCHWManager.h>
 
 #include <condition_variable>
 #include <mutex>
 #include <thread>
 #include <vector>
-
-#include <hidl/HidlTransportSupport.h>
-#include <orvex/hidl_registry.h>
-#include <orvex/log_capture.h>
-#include <vendor/tevrin/hardware/dchwmanager/1.0/IDCHWManager.h>
 
 namespace {
 
@@ -31,7 +30,7 @@ constexpr auto kWait = std::chrono::seconds(10);
 
 // Counts down once per event; waits with a time-out so a broken test fails instead of hanging.
 class Events {
-public:
+  public:
     void Add() {
         std::lock_guard<std::mutex> lock(mLock);
         ++mCount;
@@ -46,14 +45,14 @@ public:
         return mCount;
     }
 
-private:
+  private:
     std::mutex mLock;
     std::condition_variable mChanged;
     int mCount = 0;
 };
 
 class TestTrigger : public ITrigger {
-public:
+  public:
     Return<bool> acquireTrigger() override { return true; }
     Return<bool> releaseTrigger() override { return true; }
     Return<bool> startTrigger() override { return true; }
@@ -69,7 +68,7 @@ public:
 
 // Keeps the callback it is given and calls it from whatever thread the test chooses.
 class TestSerial : public ISerial {
-public:
+  public:
     Return<uint8_t> openPort(const hidl_string&, int32_t, bool) override { return 0; }
     Return<uint8_t> closePort() override { return 0; }
     Return<uint8_t> registerCallback(const sp<ISerialCallback>& callback) override {
@@ -94,13 +93,13 @@ public:
         return mCallback;
     }
 
-private:
+  private:
     std::mutex mLock;
     sp<ISerialCallback> mCallback;
 };
 
 class TestManager : public IDCHWManager {
-public:
+  public:
     TestManager() : mTrigger(new TestTrigger), mSerial(new TestSerial) {}
     Return<sp<ITrigger>> getTriggerInterface() override { return mTrigger; }
     Return<sp<IImager>> getImager() override { return nullptr; }
@@ -114,7 +113,7 @@ public:
 };
 
 class RecordingCallback : public ISerialCallback {
-public:
+  public:
     Return<void> onSerialData(const hidl_vec<uint8_t>& data) override {
         {
             std::lock_guard<std::mutex> lock(mLock);
@@ -139,7 +138,7 @@ public:
     }
     Events mEvents;
 
-private:
+  private:
     std::mutex mLock;
     std::vector<uint8_t> mData;
     std::vector<std::thread::id> mThreads;
@@ -153,7 +152,7 @@ struct Death {
 };
 
 class RecordingRecipient : public hidl_death_recipient {
-public:
+  public:
     void serviceDied(uint64_t cookie, const wp<IBase>& who) override {
         {
             std::lock_guard<std::mutex> lock(mLock);
@@ -167,13 +166,13 @@ public:
     }
     Events mEvents;
 
-private:
+  private:
     std::mutex mLock;
     std::vector<Death> mDeaths;
 };
 
 class HidlRuntime : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         mManager = new TestManager;
         orvex::hidl::RegisterService<IDCHWManager>(mManager);
@@ -190,13 +189,14 @@ TEST(HidlStatus, DescriptionsNameTheExceptionAndTheTransportError) {
         Status status;
         const char* text;
     } cases[] = {
-            {Status::ok(), "No error"},
-            {Status::fromStatusT(android::DEAD_OBJECT), "Status(EX_TRANSACTION_FAILED): 'DEAD_OBJECT: '"},
-            {Status::fromExceptionCode(Status::EX_TRANSACTION_FAILED),
-             "Status(EX_TRANSACTION_FAILED): 'FAILED_TRANSACTION: '"},
-            {Status::fromExceptionCode(Status::EX_ILLEGAL_ARGUMENT, "bad port"),
-             "Status(EX_ILLEGAL_ARGUMENT): 'bad port'"},
-            {Status::fromStatusT(android::OK), "No error"},
+        {Status::ok(), "No error"},
+        {Status::fromStatusT(android::DEAD_OBJECT),
+         "Status(EX_TRANSACTION_FAILED): 'DEAD_OBJECT: '"},
+        {Status::fromExceptionCode(Status::EX_TRANSACTION_FAILED),
+         "Status(EX_TRANSACTION_FAILED): 'FAILED_TRANSACTION: '"},
+        {Status::fromExceptionCode(Status::EX_ILLEGAL_ARGUMENT, "bad port"),
+         "Status(EX_ILLEGAL_ARGUMENT): 'bad port'"},
+        {Status::fromStatusT(android::OK), "No error"},
     };
     for (const Case& c : cases) EXPECT_EQ(c.status.description(), c.text);
 }
@@ -399,7 +399,7 @@ TEST_F(HidlRuntime, CallbacksOfADeadServiceFail) {
 
 // Blocks in the callback until released, so that the test can see how many run at once.
 class BlockingCallback : public ISerialCallback {
-public:
+  public:
     Return<void> onSerialData(const hidl_vec<uint8_t>&) override {
         std::unique_lock<std::mutex> lock(mLock);
         ++mInside;
@@ -417,7 +417,7 @@ public:
         mChanged.notify_all();
     }
 
-private:
+  private:
     std::mutex mLock;
     std::condition_variable mChanged;
     int mInside = 0;

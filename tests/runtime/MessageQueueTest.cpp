@@ -1,19 +1,17 @@
 // The fast message queue and its event flag: ring arithmetic, refusal of overflow and
 // underflow, two mappings of one descriptor, and futex waits across mappings.
 
-#include <gtest/gtest.h>
-
 #include <dirent.h>
 #include <errno.h>
+#include <fmq/EventFlag.h>
+#include <fmq/MessageQueue.h>
+#include <gtest/gtest.h>
 
 #include <chrono>
 #include <future>
 #include <numeric>
 #include <thread>
 #include <vector>
-
-#include <fmq/EventFlag.h>
-#include <fmq/MessageQueue.h>
 
 namespace {
 
@@ -41,7 +39,7 @@ std::vector<uint32_t> Sequence(uint32_t first, size_t count) {
 }
 
 class MessageQueueTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         mQueue.reset(new Queue(16, true));
         ASSERT_TRUE(mQueue->isValid());
@@ -130,9 +128,10 @@ TEST_F(MessageQueueTest, RejectsDescriptorsThatDoNotDescribeItsElements) {
         const char* what;
         MQDescriptorSync<uint32_t> desc;
     } cases[] = {
-            {"empty", MQDescriptorSync<uint32_t>()},
-            {"wrong quantum", MQDescriptorSync<uint32_t>(grantors, native_handle_clone(good.handle()), 8)},
-            {"no grantors", MQDescriptorSync<uint32_t>({}, native_handle_clone(good.handle()), 4)},
+        {"empty", MQDescriptorSync<uint32_t>()},
+        {"wrong quantum",
+         MQDescriptorSync<uint32_t>(grantors, native_handle_clone(good.handle()), 8)},
+        {"no grantors", MQDescriptorSync<uint32_t>({}, native_handle_clone(good.handle()), 4)},
     };
     for (const Case& c : cases) EXPECT_FALSE(Queue(c.desc).isValid()) << c.what;
     EXPECT_FALSE(Queue(0).isValid());
@@ -150,7 +149,7 @@ TEST(MessageQueueDescriptors, QueuesAndTheirCopiesLeaveNoDescriptorBehind) {
 }
 
 class EventFlagTest : public MessageQueueTest {
-protected:
+  protected:
     void SetUp() override {
         MessageQueueTest::SetUp();
         ASSERT_EQ(EventFlag::createEventFlag(mQueue->getEventFlagWord(), &mFlag), OK);
@@ -195,9 +194,9 @@ TEST_F(EventFlagTest, BlockingWaitIsWokenByWakeThroughAnotherMapping) {
     // The waker maps the word itself, from the queue's memory descriptor, as a service would.
     const MQDescriptorSync<uint32_t>* desc = mQueue->getDesc();
     EventFlag* waker = nullptr;
-    ASSERT_EQ(EventFlag::createEventFlag(desc->handle()->data[0],
-                                         desc->grantors()[MQDescriptorSync<uint32_t>::EVFLAGWORDPOS].offset,
-                                         &waker),
+    ASSERT_EQ(EventFlag::createEventFlag(
+                  desc->handle()->data[0],
+                  desc->grantors()[MQDescriptorSync<uint32_t>::EVFLAGWORDPOS].offset, &waker),
               OK);
     auto waiter = std::async(std::launch::async, [&] {
         uint32_t state = 0;

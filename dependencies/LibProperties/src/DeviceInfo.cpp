@@ -23,8 +23,9 @@ constexpr const char* kVolumeLibrary = "libovc.so";
 // answer it with the main program, a device's loader with a failure, which is what callers
 // expect.
 void* OpenLibrary(const std::string& path, std::string* error) {
-    void* handle = path.empty() ? nullptr : dlopen(platform::host::DevicePath(path.c_str()).c_str(),
-                                                   RTLD_LAZY);
+    void* handle = path.empty()
+                       ? nullptr
+                       : dlopen(platform::host::DevicePath(path.c_str()).c_str(), RTLD_LAZY);
     if (handle == nullptr) {
         const char* text = dlerror();
         *error = text != nullptr ? text : "library \"\" not found";
@@ -68,9 +69,10 @@ bool DeviceInfo::LoadPlatformHWInfoRetrieverModule() {
     std::string error;
     p_PlatformLibraryHandle = OpenLibrary(path, &error);
     if (p_PlatformLibraryHandle == nullptr) {
-        SF_LOGE("[DeviceInfo::LoadPlatformHWINfoRetrieverModule]  Unable to load platform library "
-                "'%s error %s'\n",
-                path.c_str(), error.c_str());
+        SF_LOGE(
+            "[DeviceInfo::LoadPlatformHWINfoRetrieverModule]  Unable to load platform library "
+            "'%s error %s'\n",
+            path.c_str(), error.c_str());
         return false;
     }
 
@@ -92,14 +94,16 @@ bool DeviceInfo::LoadPlatformHWInfoRetrieverModule() {
 
     p_PlatformHWInfoRetriever = getModule(PLATFORM_MODULE_HW_INFO);
     if (p_PlatformHWInfoRetriever != nullptr) {
-        SF_LOGD("[DeviceInfo::LoadPlatformHWINfoRetrieverModule] PlatformHWInfoRetriever module "
-                "loaded");
+        SF_LOGD(
+            "[DeviceInfo::LoadPlatformHWINfoRetrieverModule] PlatformHWInfoRetriever module "
+            "loaded");
         SF_LOGD("[DeviceInfo::LoadPlatformHWINfoRetrieverModule] GetModuleName %s",
                 static_cast<ISupportedPlatformModule*>(p_PlatformHWInfoRetriever)->GetModuleName());
         return true;
     }
-    SF_LOGE("[DeviceInfo::LoadPlatformHWINfoRetrieverModule] PlatformHWInfoRetriever module is "
-            "not supported");
+    SF_LOGE(
+        "[DeviceInfo::LoadPlatformHWINfoRetrieverModule] PlatformHWInfoRetriever module is "
+        "not supported");
     // The close that belongs here has always been given the (null) module instead of the
     // library, so the library stays open and getPlatformVersion keeps answering. A device's
     // loader refuses a null handle; glibc's would crash, so nothing is closed.
@@ -250,9 +254,10 @@ bool DeviceInfo::isDeviceFederalSKU1() {
     }
     auto* module = static_cast<IHWInfoModule*>(p_PlatformHWInfoRetriever);
     // The logged answer is a query of its own, made only when the line is written.
-    SF_LOGD("[DeviceInfo::isDeviceFederalSKU1] pPlatforHWInfoRetreiver->isDeviceFederalSKU1 "
-            "returns %s",
-            module->isDeviceFederalSku1() ? "true" : "false");
+    SF_LOGD(
+        "[DeviceInfo::isDeviceFederalSKU1] pPlatforHWInfoRetreiver->isDeviceFederalSKU1 "
+        "returns %s",
+        module->isDeviceFederalSku1() ? "true" : "false");
     return module->isDeviceFederalSku1();
 }
 
@@ -262,9 +267,10 @@ bool DeviceInfo::isDeviceFederalSKU2() {
         return false;
     }
     auto* module = static_cast<IHWInfoModule*>(p_PlatformHWInfoRetriever);
-    SF_LOGD("[DeviceInfo::isDeviceFederalSKU2] pPlatforHWInfoRetreiver->isDeviceFederalSKU2 "
-            "returns %s",
-            module->isDeviceFederalSku2() ? "true" : "false");
+    SF_LOGD(
+        "[DeviceInfo::isDeviceFederalSKU2] pPlatforHWInfoRetreiver->isDeviceFederalSKU2 "
+        "returns %s",
+        module->isDeviceFederalSku2() ? "true" : "false");
     return module->isDeviceFederalSku2();
 }
 
@@ -304,8 +310,8 @@ bool DeviceInfo::IsRearCameraAvaialableCheckUsingNDK(ACameraManager* manager) {
     }
     for (int i = 0; i < ids->numCameras; ++i) {
         ACameraMetadata* characteristics = nullptr;
-        if (ACameraManager_getCameraCharacteristics(manager, ids->cameraIds[i],
-                                                    &characteristics) != ACAMERA_OK) {
+        if (ACameraManager_getCameraCharacteristics(manager, ids->cameraIds[i], &characteristics) !=
+            ACAMERA_OK) {
             return false;
         }
         ACameraMetadata_const_entry entry = {};
@@ -329,8 +335,8 @@ bool DeviceInfo::IsFrontCameraAvaialableCheckUsingNDK(ACameraManager* manager) {
     }
     for (int i = 0; i < ids->numCameras; ++i) {
         ACameraMetadata* characteristics = nullptr;
-        if (ACameraManager_getCameraCharacteristics(manager, ids->cameraIds[i],
-                                                    &characteristics) != ACAMERA_OK) {
+        if (ACameraManager_getCameraCharacteristics(manager, ids->cameraIds[i], &characteristics) !=
+            ACAMERA_OK) {
             return false;
         }
         ACameraMetadata_const_entry entry = {};

@@ -61,7 +61,6 @@ private:
     bool IsRearCameraAvaialableCheckUsingProperty(const char* property);
     bool IsFrontCameraAvaialableCheckUsingProperty(const char* property);
 
-
     std::string m_PlatformName;
     std::string m_ProductName;
     std::string m_ProductModel;

@@ -53,7 +53,8 @@ bool ImagerInfoUtils::LoadImagerLibrary(_imager_module_info* info) {
         SF_LOGE("[ImagerInfoUtils::LoadImagerLibrary] Unable to load library, Error '%s'",
                 dlerror());
         platform::AssertFramework(
-            kSourcePath, 56, "[ImagerContext::LoadImagerLibrary] Unable to load libimagerclient.so");
+            kSourcePath, 56,
+            "[ImagerContext::LoadImagerLibrary] Unable to load libimagerclient.so");
     }
     SF_LOGI("ImagerInfoUtils::%s] Loaded libimagerclient.so!!\n", "LoadImagerLibrary");
     info->GetImagerModule =
@@ -69,7 +70,8 @@ bool ImagerInfoUtils::LoadImagerLibrary(_imager_module_info* info) {
 
 bool ImagerInfoUtils::LoadImagerModules() {
     LoadImagerLibrary(&m_ModuleInfo);
-    m_ImagerProvider = m_ModuleInfo.GetImagerModule(1, "ImagerProvider");
+    m_ImagerProvider =
+        static_cast<IImagerClientProvider*>(m_ModuleInfo.GetImagerModule(1, "ImagerProvider"));
     if (m_ImagerProvider == nullptr) {
         SF_LOGE("[ImagerInfoUtils::LoadImagerModules] m_ImagerProvider is NULL");
         return false;

@@ -27,12 +27,12 @@ public:
     bool LoadImagerLibrary(_imager_module_info* info);
     // Loads the library and obtains the provider and its imager; false when either is missing,
     // in which case whatever was obtained stays loaded.
-    bool LoadImagerModules();
+    IMAGER_CLIENT_CALLS bool LoadImagerModules();
     // Deletes the provider and closes the library; the result of the close.
-    int UnloadImagerModules();
+    IMAGER_CLIENT_CALLS int UnloadImagerModules();
 
 private:
-    ImagerInfoUtils();
+    IMAGER_CLIENT_CALLS ImagerInfoUtils();
 
     std::string m_ImagerID;
     _imager_module_info m_ModuleInfo;

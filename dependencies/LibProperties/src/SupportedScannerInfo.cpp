@@ -11,9 +11,9 @@ SupportedScannerInfo::SupportedScannerInfo(bool rearCamera, int scannerId, char*
                                            bool frontCamera) {
     std::string path = ConfigInfo::ResolveConfigDependency("scannerlistxml");
     XMLParserUtil parser;
-    masterScannerMap = parser.GetSupportedScannerListFromXML(
-        path.c_str(), rearCamera, scannerId, platformName, productModel, androidVersion,
-        frontCamera);
+    masterScannerMap =
+        parser.GetSupportedScannerListFromXML(path.c_str(), rearCamera, scannerId, platformName,
+                                              productModel, androidVersion, frontCamera);
     SF_LOGD("[SupportedScannerInfo::SupportedScannerInfo] masterScannerMap");
     for (auto& entry : masterScannerMap) {
         SF_LOGD("[SupportedScannerInfo::SupportedScannerInfo] %d %s %s %d", entry.first,
@@ -90,8 +90,9 @@ std::string SupportedScannerInfo::GetScannerModelNameAt(int index) {
 
 std::string SupportedScannerInfo::GetInBuiltScannerModel() {
     if (!IsScannerListAvailable()) {
-        SF_LOGE("[SupportedScannerInfo::GetInBuiltScannerModel] InBuilt Scanner not found in "
-                "Scanner List");
+        SF_LOGE(
+            "[SupportedScannerInfo::GetInBuiltScannerModel] InBuilt Scanner not found in "
+            "Scanner List");
         abort();
     }
     // The list puts the built-in imager first, or second behind the rear-camera scanner.

@@ -61,8 +61,7 @@ SupportedScanner* XMLParserUtil::ReleaseRecord() {
     return record;
 }
 
-void XMLParserUtil::InsertAndFree(std::map<int, SupportedScanner>& list,
-                                  SupportedScanner* record) {
+void XMLParserUtil::InsertAndFree(std::map<int, SupportedScanner>& list, SupportedScanner* record) {
     // insert() keeps an existing entry: the first source to claim an index owns it.
     list.insert(std::make_pair(record->GetScannerIndex(), *record));
     delete record;
@@ -87,26 +86,29 @@ std::map<int, SupportedScanner> XMLParserUtil::GetSupportedScannerListFromXML(
 
     XMLDocument document(true, tinyxml2::PRESERVE_WHITESPACE);
     if (document.LoadFile(platform::host::DevicePath(path).c_str()) != tinyxml2::XML_SUCCESS) {
-        SF_LOGE("[XMLParserUtil::GetSupportedScannerListFromXML] Unable to load ScannerList XML "
-                "file, desc : %s",
-                document.ErrorStr());
+        SF_LOGE(
+            "[XMLParserUtil::GetSupportedScannerListFromXML] Unable to load ScannerList XML "
+            "file, desc : %s",
+            document.ErrorStr());
         platform::AssertFramework(kSourcePath, 30,
                                   "XMLParserUtil : Unable to load ScannerList XML file");
     }
 
     XMLElement* root = document.RootElement();
     if (root == nullptr) {
-        SF_LOGE("[XMLParserUtil::GetSupportedScannerListFromXML] Failed to load config file: No "
-                "root element.");
+        SF_LOGE(
+            "[XMLParserUtil::GetSupportedScannerListFromXML] Failed to load config file: No "
+            "root element.");
         document.Clear();
         platform::AssertFramework(kSourcePath, 38,
                                   "XMLParserUtil : Failed to load config file: No root element.");
     }
     XMLElement* versionNode = root->FirstChildElement(androidVersion);
     if (versionNode == nullptr) {
-        SF_LOGE("[XMLParserUtil::GetSupportedScannerListFromXML] No node in ScannerList XML with "
-                "AndroidVersion = %s",
-                androidVersion);
+        SF_LOGE(
+            "[XMLParserUtil::GetSupportedScannerListFromXML] No node in ScannerList XML with "
+            "AndroidVersion = %s",
+            androidVersion);
         document.Clear();
         platform::AssertFrameworkF(kSourcePath, 44,
                                    "XMLParserUtil : No node in ScannerList XML with "
@@ -115,16 +117,18 @@ std::map<int, SupportedScanner> XMLParserUtil::GetSupportedScannerListFromXML(
     }
     XMLElement* defaultNode = versionNode->FirstChildElement("default");
     if (defaultNode == nullptr) {
-        SF_LOGE("[XMLParserUtil::GetSupportedScannerListFromXML] No default node in ScannerList "
-                "XML");
+        SF_LOGE(
+            "[XMLParserUtil::GetSupportedScannerListFromXML] No default node in ScannerList "
+            "XML");
         document.Clear();
         platform::AssertFramework(kSourcePath, 52,
                                   "XMLParserUtil : No default node in ScannerList XML");
     }
     XMLElement* platformNode = versionNode->FirstChildElement("platform");
     if (platformNode == nullptr) {
-        SF_LOGE("[XMLParserUtil::GetSupportedScannerListFromXML] No platform node in ScannerList "
-                "XML");
+        SF_LOGE(
+            "[XMLParserUtil::GetSupportedScannerListFromXML] No platform node in ScannerList "
+            "XML");
         document.Clear();
         platform::AssertFramework(kSourcePath, 59,
                                   "XMLParserUtil : No platform node in ScannerList XML");
@@ -138,14 +142,16 @@ std::map<int, SupportedScanner> XMLParserUtil::GetSupportedScannerListFromXML(
             InsertAndFree(list, camera);
         }
     }
-    SF_LOGD("[XMLParserUtil::GetSupportedScannerListFromXML] Front Camera present %d "
-            "productModel %s",
-            frontCamera, productModel);
+    SF_LOGD(
+        "[XMLParserUtil::GetSupportedScannerListFromXML] Front Camera present %d "
+        "productModel %s",
+        frontCamera, productModel);
     if (frontCamera && strcmp(productModel, kFrontCameraModel) == 0) {
         if (SupportedScanner* camera = GetFrontCameraScannerName(defaultNode)) {
-            SF_LOGD("[XMLParserUtil::GetSupportedScannerListFromXML] Front Camera Scanner Name: "
-                    "%s",
-                    camera->GetScannerName().c_str());
+            SF_LOGD(
+                "[XMLParserUtil::GetSupportedScannerListFromXML] Front Camera Scanner Name: "
+                "%s",
+                camera->GetScannerName().c_str());
             InsertAndFree(list, camera);
         }
     }
@@ -157,8 +163,7 @@ std::map<int, SupportedScanner> XMLParserUtil::GetSupportedScannerListFromXML(
         }
     }
     GetDefaultExternalScanners(defaultNode, list);
-    UpDateScannerListWithPlatformSupportedScanners(platformNode, list, platformName,
-                                                   productModel);
+    UpDateScannerListWithPlatformSupportedScanners(platformNode, list, platformName, productModel);
     return GetUpdatedScannerMapWithIndexes(list);
 }
 
@@ -173,8 +178,7 @@ SupportedScanner* XMLParserUtil::GetFrontCameraScannerName(XMLElement* defaultNo
 }
 
 SupportedScanner* XMLParserUtil::GetCameraScanner(XMLElement* defaultNode, const char* element,
-                                                  const char* tagMissing,
-                                                  const char* nameMissing,
+                                                  const char* tagMissing, const char* nameMissing,
                                                   const char* notSupported) {
     XMLElement* node = defaultNode->FirstChildElement(element);
     if (node == nullptr) {
@@ -202,8 +206,9 @@ SupportedScanner* XMLParserUtil::GetCameraScanner(XMLElement* defaultNode, const
 SupportedScanner* XMLParserUtil::GetInBuiltScannerName(XMLElement* defaultNode, int scannerId) {
     XMLElement* node = defaultNode->FirstChildElement("builtin-scanner");
     if (node == nullptr) {
-        SF_LOGD("[XMLParserUtil::GetInBuiltScannerName] builtin-scanner tag is not present in "
-                "scannerMap XML");
+        SF_LOGD(
+            "[XMLParserUtil::GetInBuiltScannerName] builtin-scanner tag is not present in "
+            "scannerMap XML");
         return nullptr;
     }
     for (; node != nullptr; node = node->NextSiblingElement("builtin-scanner")) {
@@ -217,8 +222,9 @@ SupportedScanner* XMLParserUtil::GetInBuiltScannerName(XMLElement* defaultNode, 
             std::string name = GetValue("name", node);
             if (name.empty()) {
                 // A later entry with the same ID may still name the imager.
-                SF_LOGE("[XMLParserUtil::GetInBuiltScannerName] Scanner name does not exist "
-                        "under builtin-scanner tag");
+                SF_LOGE(
+                    "[XMLParserUtil::GetInBuiltScannerName] Scanner name does not exist "
+                    "under builtin-scanner tag");
                 continue;
             }
             SupportedScanner* record = NewRecord();
@@ -237,8 +243,9 @@ void XMLParserUtil::GetDefaultExternalScanners(XMLElement* defaultNode,
                                                std::map<int, SupportedScanner>& list) {
     XMLElement* node = defaultNode->FirstChildElement("external-scanner");
     if (node == nullptr) {
-        SF_LOGD("[XMLParserUtil::GetDefaultExternalScanners] external-scanner Tag does not exist "
-                "in ScannerList.XML");
+        SF_LOGD(
+            "[XMLParserUtil::GetDefaultExternalScanners] external-scanner Tag does not exist "
+            "in ScannerList.XML");
         return;
     }
     for (; node != nullptr; node = node->NextSiblingElement("external-scanner")) {
@@ -249,9 +256,10 @@ void XMLParserUtil::GetDefaultExternalScanners(XMLElement* defaultNode,
             continue;
         }
         if (supported == "0") {
-            SF_LOGE("[XMLParserUtil::GetDefaultExternalScanners] External scanner(%s) is not "
-                    "supported",
-                    name.c_str());
+            SF_LOGE(
+                "[XMLParserUtil::GetDefaultExternalScanners] External scanner(%s) is not "
+                "supported",
+                name.c_str());
             continue;
         }
         SupportedScanner* record = NewRecord();
@@ -267,14 +275,16 @@ void XMLParserUtil::UpDateScannerListWithPlatformSupportedScanners(
     char* productModel) {
     XMLElement* platformElement = platformNode->FirstChildElement(platformName);
     if (platformElement == nullptr) {
-        SF_LOGD("[XMLParserUtil::UpDateScannerListWithPlatformSupportedScanners] platform Tag "
-                "does not exist in ScannerList.XML");
+        SF_LOGD(
+            "[XMLParserUtil::UpDateScannerListWithPlatformSupportedScanners] platform Tag "
+            "does not exist in ScannerList.XML");
         return;
     }
     XMLElement* product = platformElement->FirstChildElement(productModel);
     if (product == nullptr) {
-        SF_LOGD("[XMLParserUtil::UpDateScannerListWithPlatformSupportedScanners] product Tag "
-                "does not exist in ScannerList.XML");
+        SF_LOGD(
+            "[XMLParserUtil::UpDateScannerListWithPlatformSupportedScanners] product Tag "
+            "does not exist in ScannerList.XML");
         return;
     }
 
@@ -282,8 +292,9 @@ void XMLParserUtil::UpDateScannerListWithPlatformSupportedScanners(
          node = node->NextSiblingElement("external-scanner")) {
         std::string name = GetValue("name", node);
         if (name.empty()) {
-            SF_LOGE("[XMLParserUtil::UpDateScannerListWithPlatformSupportedScanners] External "
-                    "scanner name does not exist under external-scanner tag");
+            SF_LOGE(
+                "[XMLParserUtil::UpDateScannerListWithPlatformSupportedScanners] External "
+                "scanner name does not exist under external-scanner tag");
             continue;
         }
         int supported = std::stoi(GetValue("supported", node));
@@ -303,8 +314,9 @@ void XMLParserUtil::UpDateScannerListWithPlatformSupportedScanners(
 
     XMLElement* builtin = product->FirstChildElement("builtin-scanner");
     if (builtin == nullptr) {
-        SF_LOGE("[XMLParserUtil::UpDateScannerListWithPlatformSupportedScanners] builtin scanner "
-                "name does not exist under Product tag");
+        SF_LOGE(
+            "[XMLParserUtil::UpDateScannerListWithPlatformSupportedScanners] builtin scanner "
+            "name does not exist under Product tag");
         return;
     }
     for (; builtin != nullptr; builtin = builtin->NextSiblingElement("builtin-scanner")) {

@@ -1,5 +1,6 @@
 // Reads the scanner list file: which scanners a device of one Android release, platform and
-// product offers, in which order. Used once per process by SupportedScannerInfo.
+// product offers, in which order. Used once per process by SupportedScannerInfo, on the thread
+// that builds it under odk::DeviceInfoBuilder's scanner-info mutex; an object is never shared.
 #pragma once
 
 #include <map>

@@ -5,16 +5,15 @@
 
 #include <stdint.h>
 #include <sys/types.h>
+#include <utils/Errors.h>
 
 #include <atomic>
-
-#include <utils/Errors.h>
 
 namespace android {
 namespace hardware {
 
 class EventFlag {
-public:
+  public:
     // An event flag on the word at `offset` of `fd`'s memory, which it maps. BAD_VALUE for a
     // null out-pointer, NO_MEMORY when the allocation fails, -errno when the mapping does.
     static status_t createEventFlag(int fd, off_t offset, EventFlag** eventFlag);
@@ -39,8 +38,9 @@ public:
     status_t wait(uint32_t bitmask, uint32_t* efState, int64_t timeoutNanoSeconds = 0,
                   bool retry = false);
 
-private:
-    EventFlag(std::atomic<uint32_t>* word, bool mapped) : mEfWordPtr(word), mEfWordNeedsUnmapping(mapped) {}
+  private:
+    EventFlag(std::atomic<uint32_t>* word, bool mapped)
+        : mEfWordPtr(word), mEfWordNeedsUnmapping(mapped) {}
     ~EventFlag();
     EventFlag(const EventFlag&) = delete;
     EventFlag& operator=(const EventFlag&) = delete;

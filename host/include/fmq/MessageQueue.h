@@ -7,6 +7,9 @@
 // are not provided; pair the queue with an EventFlag on its event-flag word instead.
 #pragma once
 
+#include <cutils/native_handle.h>
+#include <fmq/EventFlag.h>
+#include <hidl/MQDescriptor.h>
 #include <stddef.h>
 #include <stdint.h>
 #include <string.h>
@@ -15,10 +18,6 @@
 #include <atomic>
 #include <memory>
 #include <type_traits>
-
-#include <cutils/native_handle.h>
-#include <fmq/EventFlag.h>
-#include <hidl/MQDescriptor.h>
 
 namespace android {
 namespace hardware {
@@ -38,7 +37,7 @@ class MessageQueue final {
     static_assert(std::is_trivially_copyable<T>::value, "queue elements are copied as bytes");
     static_assert(flavor == kSynchronizedReadWrite, "only the synchronized flavour is provided");
 
-public:
+  public:
     typedef MQDescriptor<T, flavor> Descriptor;
 
     // A new queue of `numElementsInQueue` elements, with an event-flag word when asked. Check
@@ -71,7 +70,7 @@ public:
     // The event-flag word in the shared memory; null when the queue has none.
     std::atomic<uint32_t>* getEventFlagWord() const { return mEvFlagWord; }
 
-private:
+  private:
     void map(bool resetPointers);
 
     std::unique_ptr<Descriptor> mDesc;
@@ -108,8 +107,7 @@ template <typename T, MQFlavor flavor>
 MessageQueue<T, flavor>::MessageQueue(const Descriptor& desc, bool resetPointers) {
     if (!desc.isHandleValid() || desc.handle()->numFds < 1 ||
         desc.countGrantors() < static_cast<size_t>(Descriptor::kMinGrantorCount) ||
-        desc.getQuantum() != sizeof(T) || desc.getSize() == 0 ||
-        desc.getSize() % sizeof(T) != 0) {
+        desc.getQuantum() != sizeof(T) || desc.getSize() == 0 || desc.getSize() % sizeof(T) != 0) {
         details::logQueueError("Invalid descriptor for a message queue.");
         return;
     }
@@ -130,11 +128,13 @@ void MessageQueue<T, flavor>::map(bool resetPointers) {
     mMappingSize = bytes;
     const auto& grantors = mDesc->grantors();
     char* bytesBase = static_cast<char*>(base);
-    mReadPtr = reinterpret_cast<std::atomic<uint64_t>*>(bytesBase + grantors[Descriptor::READPTRPOS].offset);
-    mWritePtr = reinterpret_cast<std::atomic<uint64_t>*>(bytesBase + grantors[Descriptor::WRITEPTRPOS].offset);
+    mReadPtr = reinterpret_cast<std::atomic<uint64_t>*>(bytesBase +
+                                                        grantors[Descriptor::READPTRPOS].offset);
+    mWritePtr = reinterpret_cast<std::atomic<uint64_t>*>(bytesBase +
+                                                         grantors[Descriptor::WRITEPTRPOS].offset);
     if (grantors.size() > static_cast<size_t>(Descriptor::EVFLAGWORDPOS)) {
         mEvFlagWord = reinterpret_cast<std::atomic<uint32_t>*>(
-                bytesBase + grantors[Descriptor::EVFLAGWORDPOS].offset);
+            bytesBase + grantors[Descriptor::EVFLAGWORDPOS].offset);
     }
     mCapacity = mDesc->getSize() / sizeof(T);
     if (resetPointers) {
@@ -152,16 +152,16 @@ MessageQueue<T, flavor>::~MessageQueue() {
 template <typename T, MQFlavor flavor>
 size_t MessageQueue<T, flavor>::availableToWrite() const {
     if (!isValid()) return 0;
-    uint64_t used = mWritePtr->load(std::memory_order_relaxed) -
-                    mReadPtr->load(std::memory_order_acquire);
+    uint64_t used =
+        mWritePtr->load(std::memory_order_relaxed) - mReadPtr->load(std::memory_order_acquire);
     return used >= mCapacity ? 0 : mCapacity - static_cast<size_t>(used);
 }
 
 template <typename T, MQFlavor flavor>
 size_t MessageQueue<T, flavor>::availableToRead() const {
     if (!isValid()) return 0;
-    uint64_t used = mWritePtr->load(std::memory_order_acquire) -
-                    mReadPtr->load(std::memory_order_relaxed);
+    uint64_t used =
+        mWritePtr->load(std::memory_order_acquire) - mReadPtr->load(std::memory_order_relaxed);
     // More than the ring holds means the counters were corrupted: nothing is trusted.
     return used > mCapacity ? 0 : static_cast<size_t>(used);
 }

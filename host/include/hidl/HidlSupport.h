@@ -2,19 +2,18 @@
 // return them, and the death recipient interface.
 #pragma once
 
+#include <cutils/native_handle.h>
 #include <stddef.h>
 #include <stdint.h>
 #include <string.h>
+#include <utils/RefBase.h>
+#include <utils/StrongPointer.h>
 
 #include <initializer_list>
 #include <string>
 #include <type_traits>
 #include <utility>
 #include <vector>
-
-#include <cutils/native_handle.h>
-#include <utils/RefBase.h>
-#include <utils/StrongPointer.h>
 
 namespace android {
 namespace hidl {
@@ -43,7 +42,7 @@ struct hidl_death_recipient : public virtual RefBase {
 
 // A string that HIDL methods take and deliver. Always null-terminated.
 class hidl_string {
-public:
+  public:
     hidl_string() = default;
     hidl_string(const char* s) : mString(s != nullptr ? s : "") {}
     hidl_string(const char* s, size_t length) : mString(s, length) {}
@@ -71,7 +70,7 @@ public:
     bool operator!=(const hidl_string& o) const { return mString != o.mString; }
     bool operator<(const hidl_string& o) const { return mString < o.mString; }
 
-private:
+  private:
     std::string mString;
 };
 
@@ -87,7 +86,7 @@ inline bool operator==(const std::string& a, const hidl_string& b) { return b ==
 // limited to 2^32 - 1 elements.
 template <typename T>
 class hidl_vec {
-public:
+  public:
     hidl_vec() = default;
     explicit hidl_vec(size_t size) { resize(size); }
     hidl_vec(size_t size, const T& value) {
@@ -96,7 +95,8 @@ public:
     }
     hidl_vec(std::initializer_list<T> list) { assign(list.begin(), list.size()); }
     hidl_vec(const std::vector<T>& v) {
-        if (v.size() > UINT32_MAX) details::logAlwaysFatal("hidl_vec can't hold more than 2^32 elements.");
+        if (v.size() > UINT32_MAX)
+            details::logAlwaysFatal("hidl_vec can't hold more than 2^32 elements.");
         assign(v.data(), v.size());
     }
     hidl_vec(const hidl_vec& other) { assign(other.mBuffer, other.mSize); }
@@ -122,7 +122,8 @@ public:
     // Refers to `data` without copying it; the buffer is freed with delete[] only when
     // `shouldOwn`. More than 2^32 - 1 elements end the process.
     void setToExternal(T* data, size_t size, bool shouldOwn = false) {
-        if (size > UINT32_MAX) details::logAlwaysFatal("external vector size exceeds 2^32 elements.");
+        if (size > UINT32_MAX)
+            details::logAlwaysFatal("external vector size exceeds 2^32 elements.");
         release();
         mBuffer = data;
         mSize = static_cast<uint32_t>(size);
@@ -140,7 +141,8 @@ public:
     }
 
     void resize(size_t size) {
-        if (size > UINT32_MAX) details::logAlwaysFatal("hidl_vec can't hold more than 2^32 elements.");
+        if (size > UINT32_MAX)
+            details::logAlwaysFatal("hidl_vec can't hold more than 2^32 elements.");
         T* buffer = size > 0 ? new T[size]() : nullptr;
         size_t keep = size < mSize ? size : mSize;
         for (size_t i = 0; i < keep; ++i) buffer[i] = std::move(mBuffer[i]);
@@ -172,7 +174,7 @@ public:
     }
     bool operator!=(const hidl_vec& o) const { return !(*this == o); }
 
-private:
+  private:
     void assign(const T* data, size_t size) {
         resize(size);
         for (size_t i = 0; i < size; ++i) mBuffer[i] = data[i];
@@ -197,7 +199,7 @@ private:
 // A native handle that HIDL methods take and deliver. A copy owns duplicates of the
 // descriptors, as a handle received over the transport does.
 class hidl_handle {
-public:
+  public:
     hidl_handle() = default;
     hidl_handle(std::nullptr_t) {}
     // Refers to `handle` without owning it.
@@ -217,7 +219,7 @@ public:
     const native_handle_t* operator->() const { return mHandle; }
     operator const native_handle_t*() const { return mHandle; }
 
-private:
+  private:
     void freeHandle();
 
     const native_handle_t* mHandle = nullptr;

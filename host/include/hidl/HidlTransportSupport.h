@@ -5,10 +5,9 @@
 // number; without a configuration the pool has one thread.
 #pragma once
 
-#include <stddef.h>
-
 #include <hidl/HidlSupport.h>
 #include <hidl/Status.h>
+#include <stddef.h>
 #include <utils/Errors.h>
 
 namespace android {

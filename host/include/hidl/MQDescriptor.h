@@ -4,14 +4,13 @@
 // the same memory.
 #pragma once
 
+#include <cutils/native_handle.h>
+#include <hidl/HidlSupport.h>
 #include <stddef.h>
 #include <stdint.h>
 #include <unistd.h>
 
 #include <vector>
-
-#include <cutils/native_handle.h>
-#include <hidl/HidlSupport.h>
 
 namespace android {
 namespace hardware {
@@ -39,7 +38,9 @@ struct MQDescriptor {
     // Takes ownership of `nHandle`.
     MQDescriptor(const std::vector<GrantorDescriptor>& grantors, native_handle_t* nHandle,
                  size_t size)
-        : mGrantors(grantors), mHandle(nHandle), mQuantum(static_cast<uint32_t>(size)),
+        : mGrantors(grantors),
+          mHandle(nHandle),
+          mQuantum(static_cast<uint32_t>(size)),
           mFlags(flavor) {}
 
     // Lays out a queue of `bufferSize` bytes in the memory of `nHandle` (its first descriptor),
@@ -63,7 +64,8 @@ struct MQDescriptor {
     MQDescriptor(const MQDescriptor& other)
         : mGrantors(other.mGrantors),
           mHandle(other.mHandle != nullptr ? native_handle_clone(other.mHandle) : nullptr),
-          mQuantum(other.mQuantum), mFlags(other.mFlags) {}
+          mQuantum(other.mQuantum),
+          mFlags(other.mFlags) {}
 
     MQDescriptor& operator=(const MQDescriptor& other) {
         if (this != &other) {
@@ -82,7 +84,8 @@ struct MQDescriptor {
 
     // Bytes of the ring.
     size_t getSize() const {
-        return mGrantors.size() > DATAPTRPOS ? static_cast<size_t>(mGrantors[DATAPTRPOS].extent) : 0;
+        return mGrantors.size() > DATAPTRPOS ? static_cast<size_t>(mGrantors[DATAPTRPOS].extent)
+                                             : 0;
     }
     size_t getQuantum() const { return mQuantum; }
     int32_t getFlags() const { return static_cast<int32_t>(mFlags); }
@@ -107,7 +110,7 @@ struct MQDescriptor {
     static constexpr uint32_t kEventFlagOffset = 128;
     static constexpr uint32_t kDataOffset = 192;
 
-private:
+  private:
     void swap(MQDescriptor& o) {
         std::swap(mGrantors, o.mGrantors);
         std::swap(mHandle, o.mHandle);

@@ -7,19 +7,18 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#include <utils/Errors.h>
+#include <utils/StrongPointer.h>
 
 #include <string>
 #include <type_traits>
 #include <utility>
 
-#include <utils/Errors.h>
-#include <utils/StrongPointer.h>
-
 namespace android {
 namespace hardware {
 
 class Status final {
-public:
+  public:
     enum Exception {
         EX_NONE = 0,
         EX_SECURITY = -1,
@@ -50,7 +49,7 @@ public:
     // "No error", or for example "Status(EX_TRANSACTION_FAILED): 'DEAD_OBJECT: '".
     std::string description() const;
 
-private:
+  private:
     Status(int32_t exception, int32_t errorCode, const char* message = "")
         : mException(exception), mErrorCode(errorCode), mMessage(message) {}
 
@@ -65,7 +64,7 @@ struct ReturnAccess;
 
 // The status part of every Return: move-only, and checked when it goes.
 class return_status {
-public:
+  public:
     return_status() = default;
     return_status(const Status& s) : mStatus(s) {}
     return_status(const return_status&) = delete;
@@ -85,11 +84,11 @@ public:
     }
     std::string description() const { return mStatus.description(); }
 
-protected:
+  protected:
     // Ends the process when the call failed: a value read from a failed call does not exist.
     void onValueRetrieval() const;
 
-private:
+  private:
     friend struct ReturnAccess;
     void assertOk() const;
 
@@ -101,7 +100,7 @@ private:
 
 template <typename T>
 class Return : public details::return_status {
-public:
+  public:
     template <typename U = T, typename = std::enable_if_t<std::is_default_constructible<U>::value>>
     Return(T value) : details::return_status(), mVal(std::move(value)) {}
     Return(const Status& s) : details::return_status(s) {}
@@ -115,14 +114,14 @@ public:
     }
     T withDefault(T t) const { return isOk() ? mVal : t; }
 
-private:
+  private:
     T mVal{};
 };
 
 // Interface results also take references of derived types and null.
 template <typename T>
 class Return<sp<T>> : public details::return_status {
-public:
+  public:
     Return(sp<T> value) : details::return_status(), mVal(std::move(value)) {}
     Return(std::nullptr_t) : details::return_status() {}
     Return(T* value) : details::return_status(), mVal(value) {}
@@ -140,13 +139,13 @@ public:
     }
     sp<T> withDefault(sp<T> t) const { return isOk() ? mVal : t; }
 
-private:
+  private:
     sp<T> mVal;
 };
 
 template <>
 class Return<void> : public details::return_status {
-public:
+  public:
     Return() : details::return_status() {}
     Return(const Status& s) : details::return_status(s) {}
     Return(Return&&) = default;

@@ -2,14 +2,13 @@
 // Every function is thread-safe.
 #pragma once
 
+#include <android/hidl/base/1.0/IBase.h>
 #include <stddef.h>
+#include <utils/StrongPointer.h>
 
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <android/hidl/base/1.0/IBase.h>
-#include <utils/StrongPointer.h>
 
 namespace orvex {
 namespace hidl {

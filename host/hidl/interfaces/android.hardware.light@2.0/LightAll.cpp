@@ -12,10 +12,12 @@ namespace V2_0 {
 namespace {
 
 class BpHwLight : public ::android::hardware::details::BpHw<ILight> {
-public:
+  public:
     using BpHw::BpHw;
 
-    ::android::hardware::Return<::android::hardware::light::V2_0::Status> setLight(::android::hardware::light::V2_0::Type type, const ::android::hardware::light::V2_0::LightState& state) override {
+    ::android::hardware::Return<::android::hardware::light::V2_0::Status> setLight(
+        ::android::hardware::light::V2_0::Type type,
+        const ::android::hardware::light::V2_0::LightState& state) override {
         return call(&ILight::setLight, type, state);
     }
     ::android::hardware::Return<void> getSupportedTypes(getSupportedTypes_cb _hidl_cb) override {

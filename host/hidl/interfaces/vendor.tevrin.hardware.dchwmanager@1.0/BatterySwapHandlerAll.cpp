@@ -13,7 +13,7 @@ namespace V1_0 {
 namespace {
 
 class BpHwBatterySwapHandler : public ::android::hardware::details::BpHw<IBatterySwapHandler> {
-public:
+  public:
     using BpHw::BpHw;
 
     ::android::hardware::Return<bool> enterBatterySwap() override {
@@ -26,7 +26,9 @@ public:
 
 }  // namespace
 
-ORVEX_HIDL_INTERFACE_SUPPORT(IBatterySwapHandler, "vendor.tevrin.hardware.dchwmanager@1.0::IBatterySwapHandler", BpHwBatterySwapHandler)
+ORVEX_HIDL_INTERFACE_SUPPORT(IBatterySwapHandler,
+                             "vendor.tevrin.hardware.dchwmanager@1.0::IBatterySwapHandler",
+                             BpHwBatterySwapHandler)
 
 }  // namespace V1_0
 }  // namespace dchwmanager

@@ -1,4 +1,5 @@
-// The proxy of vendor.tevrin.hardware.dchwmanager@1.0::ICameraVendorTagProvider and its service helpers.
+// The proxy of vendor.tevrin.hardware.dchwmanager@1.0::ICameraVendorTagProvider and its service
+// helpers.
 
 #include <vendor/tevrin/hardware/dchwmanager/1.0/ICameraVendorTagProvider.h>
 
@@ -12,18 +13,22 @@ namespace V1_0 {
 
 namespace {
 
-class BpHwCameraVendorTagProvider : public ::android::hardware::details::BpHw<ICameraVendorTagProvider> {
-public:
+class BpHwCameraVendorTagProvider
+    : public ::android::hardware::details::BpHw<ICameraVendorTagProvider> {
+  public:
     using BpHw::BpHw;
 
-    ::android::hardware::Return<int32_t> getVendorTagId(const ::android::hardware::hidl_string& name) override {
+    ::android::hardware::Return<int32_t> getVendorTagId(
+        const ::android::hardware::hidl_string& name) override {
         return call(&ICameraVendorTagProvider::getVendorTagId, name);
     }
 };
 
 }  // namespace
 
-ORVEX_HIDL_INTERFACE_SUPPORT(ICameraVendorTagProvider, "vendor.tevrin.hardware.dchwmanager@1.0::ICameraVendorTagProvider", BpHwCameraVendorTagProvider)
+ORVEX_HIDL_INTERFACE_SUPPORT(ICameraVendorTagProvider,
+                             "vendor.tevrin.hardware.dchwmanager@1.0::ICameraVendorTagProvider",
+                             BpHwCameraVendorTagProvider)
 
 }  // namespace V1_0
 }  // namespace dchwmanager

@@ -13,32 +13,45 @@ namespace V1_0 {
 namespace {
 
 class BpHwDCHWManager : public ::android::hardware::details::BpHw<IDCHWManager> {
-public:
+  public:
     using BpHw::BpHw;
 
-    ::android::hardware::Return<::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::ITrigger>> getTriggerInterface() override {
+    ::android::hardware::Return<
+        ::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::ITrigger>>
+    getTriggerInterface() override {
         return call(&IDCHWManager::getTriggerInterface);
     }
-    ::android::hardware::Return<::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::IImager>> getImager() override {
+    ::android::hardware::Return<
+        ::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::IImager>>
+    getImager() override {
         return call(&IDCHWManager::getImager);
     }
-    ::android::hardware::Return<::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::ISerial>> getSerialInterface() override {
+    ::android::hardware::Return<
+        ::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::ISerial>>
+    getSerialInterface() override {
         return call(&IDCHWManager::getSerialInterface);
     }
-    ::android::hardware::Return<::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::IPlugableDeviceNotifier>> getPlugableDeviceNotifier() override {
+    ::android::hardware::Return<
+        ::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::IPlugableDeviceNotifier>>
+    getPlugableDeviceNotifier() override {
         return call(&IDCHWManager::getPlugableDeviceNotifier);
     }
-    ::android::hardware::Return<::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::IBatterySwapHandler>> getBatterySwapHandler() override {
+    ::android::hardware::Return<
+        ::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::IBatterySwapHandler>>
+    getBatterySwapHandler() override {
         return call(&IDCHWManager::getBatterySwapHandler);
     }
-    ::android::hardware::Return<::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::ICameraVendorTagProvider>> getCameraVendorTagProvider() override {
+    ::android::hardware::Return<
+        ::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::ICameraVendorTagProvider>>
+    getCameraVendorTagProvider() override {
         return call(&IDCHWManager::getCameraVendorTagProvider);
     }
 };
 
 }  // namespace
 
-ORVEX_HIDL_INTERFACE_SUPPORT(IDCHWManager, "vendor.tevrin.hardware.dchwmanager@1.0::IDCHWManager", BpHwDCHWManager)
+ORVEX_HIDL_INTERFACE_SUPPORT(IDCHWManager, "vendor.tevrin.hardware.dchwmanager@1.0::IDCHWManager",
+                             BpHwDCHWManager)
 
 }  // namespace V1_0
 }  // namespace dchwmanager

@@ -13,17 +13,20 @@ namespace V1_0 {
 namespace {
 
 class BpHwFrameCallback : public ::android::hardware::details::BpHw<IFrameCallback> {
-public:
+  public:
     using BpHw::BpHw;
 
-    ::android::hardware::Return<void> onFrameAvailable(const ::android::hardware::hidl_handle& frame) override {
+    ::android::hardware::Return<void> onFrameAvailable(
+        const ::android::hardware::hidl_handle& frame) override {
         return call(&IFrameCallback::onFrameAvailable, frame);
     }
 };
 
 }  // namespace
 
-ORVEX_HIDL_INTERFACE_SUPPORT(IFrameCallback, "vendor.tevrin.hardware.dchwmanager@1.0::IFrameCallback", BpHwFrameCallback)
+ORVEX_HIDL_INTERFACE_SUPPORT(IFrameCallback,
+                             "vendor.tevrin.hardware.dchwmanager@1.0::IFrameCallback",
+                             BpHwFrameCallback)
 
 }  // namespace V1_0
 }  // namespace dchwmanager

@@ -13,12 +13,10 @@ namespace V1_0 {
 namespace {
 
 class BpHwImager : public ::android::hardware::details::BpHw<IImager> {
-public:
+  public:
     using BpHw::BpHw;
 
-    ::android::hardware::Return<int8_t> openImager() override {
-        return call(&IImager::openImager);
-    }
+    ::android::hardware::Return<int8_t> openImager() override { return call(&IImager::openImager); }
     ::android::hardware::Return<int8_t> closeImager() override {
         return call(&IImager::closeImager);
     }
@@ -28,10 +26,14 @@ public:
     ::android::hardware::Return<int8_t> getImagerInterfaceType() override {
         return call(&IImager::getImagerInterfaceType);
     }
-    ::android::hardware::Return<::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::IImagerControl>> getImagerControl() override {
+    ::android::hardware::Return<
+        ::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::IImagerControl>>
+    getImagerControl() override {
         return call(&IImager::getImagerControl);
     }
-    ::android::hardware::Return<::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::IImagerAdapter>> getImagerAdapter() override {
+    ::android::hardware::Return<
+        ::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::IImagerAdapter>>
+    getImagerAdapter() override {
         return call(&IImager::getImagerAdapter);
     }
 };

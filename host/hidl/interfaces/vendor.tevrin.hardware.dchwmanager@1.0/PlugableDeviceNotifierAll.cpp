@@ -1,4 +1,5 @@
-// The proxy of vendor.tevrin.hardware.dchwmanager@1.0::IPlugableDeviceNotifier and its service helpers.
+// The proxy of vendor.tevrin.hardware.dchwmanager@1.0::IPlugableDeviceNotifier and its service
+// helpers.
 
 #include <vendor/tevrin/hardware/dchwmanager/1.0/IPlugableDeviceNotifier.h>
 
@@ -12,11 +13,15 @@ namespace V1_0 {
 
 namespace {
 
-class BpHwPlugableDeviceNotifier : public ::android::hardware::details::BpHw<IPlugableDeviceNotifier> {
-public:
+class BpHwPlugableDeviceNotifier
+    : public ::android::hardware::details::BpHw<IPlugableDeviceNotifier> {
+  public:
     using BpHw::BpHw;
 
-    ::android::hardware::Return<uint8_t> registerNotifierCallback(const ::android::sp<::vendor::tevrin::hardware::dchwmanager::V1_0::IPlugableNotifierCallback>& callback, int32_t scannerType) override {
+    ::android::hardware::Return<uint8_t> registerNotifierCallback(
+        const ::android::sp<
+            ::vendor::tevrin::hardware::dchwmanager::V1_0::IPlugableNotifierCallback>& callback,
+        int32_t scannerType) override {
         return call(&IPlugableDeviceNotifier::registerNotifierCallback, callback, scannerType);
     }
     ::android::hardware::Return<bool> isExternalVibratorPresent() override {
@@ -32,7 +37,9 @@ public:
 
 }  // namespace
 
-ORVEX_HIDL_INTERFACE_SUPPORT(IPlugableDeviceNotifier, "vendor.tevrin.hardware.dchwmanager@1.0::IPlugableDeviceNotifier", BpHwPlugableDeviceNotifier)
+ORVEX_HIDL_INTERFACE_SUPPORT(IPlugableDeviceNotifier,
+                             "vendor.tevrin.hardware.dchwmanager@1.0::IPlugableDeviceNotifier",
+                             BpHwPlugableDeviceNotifier)
 
 }  // namespace V1_0
 }  // namespace dchwmanager

@@ -13,17 +13,20 @@ namespace V1_0 {
 namespace {
 
 class BpHwSerialCallback : public ::android::hardware::details::BpHw<ISerialCallback> {
-public:
+  public:
     using BpHw::BpHw;
 
-    ::android::hardware::Return<void> onSerialData(const ::android::hardware::hidl_vec<uint8_t>& data) override {
+    ::android::hardware::Return<void> onSerialData(
+        const ::android::hardware::hidl_vec<uint8_t>& data) override {
         return call(&ISerialCallback::onSerialData, data);
     }
 };
 
 }  // namespace
 
-ORVEX_HIDL_INTERFACE_SUPPORT(ISerialCallback, "vendor.tevrin.hardware.dchwmanager@1.0::ISerialCallback", BpHwSerialCallback)
+ORVEX_HIDL_INTERFACE_SUPPORT(ISerialCallback,
+                             "vendor.tevrin.hardware.dchwmanager@1.0::ISerialCallback",
+                             BpHwSerialCallback)
 
 }  // namespace V1_0
 }  // namespace dchwmanager

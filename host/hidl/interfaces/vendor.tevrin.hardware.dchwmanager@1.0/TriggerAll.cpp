@@ -13,7 +13,7 @@ namespace V1_0 {
 namespace {
 
 class BpHwTrigger : public ::android::hardware::details::BpHw<ITrigger> {
-public:
+  public:
     using BpHw::BpHw;
 
     ::android::hardware::Return<bool> acquireTrigger() override {
@@ -31,12 +31,11 @@ public:
     ::android::hardware::Return<bool> simulateTrigger(uint32_t first, uint32_t second) override {
         return call(&ITrigger::simulateTrigger, first, second);
     }
-    ::android::hardware::Return<bool> setKeyEventQueue(const ::android::hardware::MQDescriptorSync<uint32_t>& queue) override {
+    ::android::hardware::Return<bool> setKeyEventQueue(
+        const ::android::hardware::MQDescriptorSync<uint32_t>& queue) override {
         return call(&ITrigger::setKeyEventQueue, queue);
     }
-    ::android::hardware::Return<void> reserved7() override {
-        return call(&ITrigger::reserved7);
-    }
+    ::android::hardware::Return<void> reserved7() override { return call(&ITrigger::reserved7); }
     ::android::hardware::Return<int32_t> getPressedTrigger() override {
         return call(&ITrigger::getPressedTrigger);
     }
@@ -47,7 +46,8 @@ public:
 
 }  // namespace
 
-ORVEX_HIDL_INTERFACE_SUPPORT(ITrigger, "vendor.tevrin.hardware.dchwmanager@1.0::ITrigger", BpHwTrigger)
+ORVEX_HIDL_INTERFACE_SUPPORT(ITrigger, "vendor.tevrin.hardware.dchwmanager@1.0::ITrigger",
+                             BpHwTrigger)
 
 }  // namespace V1_0
 }  // namespace dchwmanager

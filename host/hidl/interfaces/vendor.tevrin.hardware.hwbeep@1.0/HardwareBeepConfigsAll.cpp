@@ -13,7 +13,7 @@ namespace V1_0 {
 namespace {
 
 class BpHwHardwareBeepConfigs : public ::android::hardware::details::BpHw<IHardwareBeepConfigs> {
-public:
+  public:
     using BpHw::BpHw;
 
     ::android::hardware::Return<int32_t> startBeep() override {
@@ -40,8 +40,11 @@ public:
     ::android::hardware::Return<void> reserved8() override {
         return call(&IHardwareBeepConfigs::reserved8);
     }
-    ::android::hardware::Return<void> setBeepConfig(int32_t frequency, int32_t duration, int32_t volume, int32_t timeout, int32_t timeoutAfter) override {
-        return call(&IHardwareBeepConfigs::setBeepConfig, frequency, duration, volume, timeout, timeoutAfter);
+    ::android::hardware::Return<void> setBeepConfig(int32_t frequency, int32_t duration,
+                                                    int32_t volume, int32_t timeout,
+                                                    int32_t timeoutAfter) override {
+        return call(&IHardwareBeepConfigs::setBeepConfig, frequency, duration, volume, timeout,
+                    timeoutAfter);
     }
     ::android::hardware::Return<bool> isHWBeepSupported() override {
         return call(&IHardwareBeepConfigs::isHWBeepSupported);
@@ -50,7 +53,9 @@ public:
 
 }  // namespace
 
-ORVEX_HIDL_INTERFACE_SUPPORT(IHardwareBeepConfigs, "vendor.tevrin.hardware.hwbeep@1.0::IHardwareBeepConfigs", BpHwHardwareBeepConfigs)
+ORVEX_HIDL_INTERFACE_SUPPORT(IHardwareBeepConfigs,
+                             "vendor.tevrin.hardware.hwbeep@1.0::IHardwareBeepConfigs",
+                             BpHwHardwareBeepConfigs)
 
 }  // namespace V1_0
 }  // namespace hwbeep

@@ -56,11 +56,8 @@ struct LightState final {
 };
 
 inline bool operator==(const LightState& a, const LightState& b) {
-    return a.color == b.color &&
-           a.flashMode == b.flashMode &&
-           a.flashOnMs == b.flashOnMs &&
-           a.flashOffMs == b.flashOffMs &&
-           a.brightnessMode == b.brightnessMode;
+    return a.color == b.color && a.flashMode == b.flashMode && a.flashOnMs == b.flashOnMs &&
+           a.flashOffMs == b.flashOffMs && a.brightnessMode == b.brightnessMode;
 }
 inline bool operator!=(const LightState& a, const LightState& b) { return !(a == b); }
 

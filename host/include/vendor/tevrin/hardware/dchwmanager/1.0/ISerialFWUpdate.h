@@ -1,19 +1,19 @@
-// vendor.tevrin.hardware.dchwmanager@1.0::ISerialFWUpdate, in the shape of hidl-gen's output for Linux hosts.
+// vendor.tevrin.hardware.dchwmanager@1.0::ISerialFWUpdate, in the shape of hidl-gen's output for
+// Linux hosts.
 //
 // The firmware-update port of an attached device. Statuses are 0 on success.
 #ifndef HIDL_GENERATED_VENDOR_TEVRIN_HARDWARE_DCHWMANAGER_V1_0_ISERIALFWUPDATE_H
 #define HIDL_GENERATED_VENDOR_TEVRIN_HARDWARE_DCHWMANAGER_V1_0_ISERIALFWUPDATE_H
 
 #include <android/hidl/base/1.0/IBase.h>
-#include <vendor/tevrin/hardware/dchwmanager/1.0/types.h>
-
-#include <functional>
-#include <string>
-
 #include <hidl/HidlSupport.h>
 #include <hidl/MQDescriptor.h>
 #include <hidl/Status.h>
 #include <utils/Errors.h>
+#include <vendor/tevrin/hardware/dchwmanager/1.0/types.h>
+
+#include <functional>
+#include <string>
 
 namespace vendor {
 namespace tevrin {
@@ -30,50 +30,65 @@ struct ISerialFWUpdate : public ::android::hidl::base::V1_0::IBase {
     virtual bool isRemote() const override { return false; }
 
     // Position 1
-    virtual ::android::hardware::Return<uint8_t> fwOpen(const ::android::hardware::hidl_string& portName) = 0;
+    virtual ::android::hardware::Return<uint8_t> fwOpen(
+        const ::android::hardware::hidl_string& portName) = 0;
 
     // Position 2
     virtual ::android::hardware::Return<uint8_t> fwClose() = 0;
 
     // Position 3
-    virtual ::android::hardware::Return<uint8_t> fwIoctl(int32_t request, int32_t value, uint8_t flag) = 0;
+    virtual ::android::hardware::Return<uint8_t> fwIoctl(int32_t request, int32_t value,
+                                                         uint8_t flag) = 0;
 
     // Position 4
     virtual ::android::hardware::Return<int32_t> fwPoll() = 0;
 
     // Position 5
-    virtual ::android::hardware::Return<uint8_t> fwWrite(int32_t length, const ::android::hardware::hidl_vec<uint8_t>& data) = 0;
+    virtual ::android::hardware::Return<uint8_t> fwWrite(
+        int32_t length, const ::android::hardware::hidl_vec<uint8_t>& data) = 0;
 
     // Position 6
-    using fwRead_cb = std::function<void(bool ok, const ::android::hardware::hidl_vec<uint8_t>& data)>;
+    using fwRead_cb =
+        std::function<void(bool ok, const ::android::hardware::hidl_vec<uint8_t>& data)>;
     virtual ::android::hardware::Return<void> fwRead(fwRead_cb _hidl_cb) = 0;
 
-    virtual ::android::hardware::Return<void> interfaceDescriptor(interfaceDescriptor_cb _hidl_cb) override;
+    virtual ::android::hardware::Return<void> interfaceDescriptor(
+        interfaceDescriptor_cb _hidl_cb) override;
 
     // The checked cast: null when `parent` is not this interface.
     static ::android::hardware::Return<::android::sp<ISerialFWUpdate>> castFrom(
-            const ::android::sp<::android::hidl::base::V1_0::IBase>& parent, bool emitError = false);
+        const ::android::sp<::android::hidl::base::V1_0::IBase>& parent, bool emitError = false);
 
     // The service of this type and instance, or null at once when none is registered.
-    static ::android::sp<ISerialFWUpdate> tryGetService(const std::string& serviceName = "default", bool getStub = false);
-    static ::android::sp<ISerialFWUpdate> tryGetService(const char serviceName[], bool getStub = false) {
+    static ::android::sp<ISerialFWUpdate> tryGetService(const std::string& serviceName = "default",
+                                                        bool getStub = false);
+    static ::android::sp<ISerialFWUpdate> tryGetService(const char serviceName[],
+                                                        bool getStub = false) {
         return tryGetService(std::string(serviceName != nullptr ? serviceName : ""), getStub);
     }
-    static ::android::sp<ISerialFWUpdate> tryGetService(bool getStub) { return tryGetService("default", getStub); }
+    static ::android::sp<ISerialFWUpdate> tryGetService(bool getStub) {
+        return tryGetService("default", getStub);
+    }
 
     // As tryGetService, but waits while a service registered under that name before is
     // dead (restarting). With `getStub`, the implementation itself instead of a proxy.
-    static ::android::sp<ISerialFWUpdate> getService(const std::string& serviceName = "default", bool getStub = false);
-    static ::android::sp<ISerialFWUpdate> getService(const char serviceName[], bool getStub = false) {
+    static ::android::sp<ISerialFWUpdate> getService(const std::string& serviceName = "default",
+                                                     bool getStub = false);
+    static ::android::sp<ISerialFWUpdate> getService(const char serviceName[],
+                                                     bool getStub = false) {
         return getService(std::string(serviceName != nullptr ? serviceName : ""), getStub);
     }
-    static ::android::sp<ISerialFWUpdate> getService(const ::android::hardware::hidl_string& serviceName, bool getStub = false) {
+    static ::android::sp<ISerialFWUpdate> getService(
+        const ::android::hardware::hidl_string& serviceName, bool getStub = false) {
         return getService(std::string(serviceName.c_str()), getStub);
     }
-    static ::android::sp<ISerialFWUpdate> getService(bool getStub) { return getService("default", getStub); }
+    static ::android::sp<ISerialFWUpdate> getService(bool getStub) {
+        return getService("default", getStub);
+    }
 
     // Registers this object as the service of that instance name.
-    __attribute__((warn_unused_result)) ::android::status_t registerAsService(const std::string& serviceName = "default");
+    __attribute__((warn_unused_result)) ::android::status_t registerAsService(
+        const std::string& serviceName = "default");
 };
 
 }  // namespace V1_0

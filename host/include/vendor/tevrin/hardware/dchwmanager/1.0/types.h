@@ -1,4 +1,5 @@
-// The types of vendor.tevrin.hardware.dchwmanager@1.0, in the shape of hidl-gen's output for Linux hosts.
+// The types of vendor.tevrin.hardware.dchwmanager@1.0, in the shape of hidl-gen's output for Linux
+// hosts.
 #ifndef HIDL_GENERATED_VENDOR_TEVRIN_HARDWARE_DCHWMANAGER_V1_0_TYPES_H
 #define HIDL_GENERATED_VENDOR_TEVRIN_HARDWARE_DCHWMANAGER_V1_0_TYPES_H
 
@@ -22,11 +23,8 @@ struct PreviewSize final {
 };
 
 inline bool operator==(const PreviewSize& a, const PreviewSize& b) {
-    return a.width == b.width &&
-           a.height == b.height &&
-           a.bitsPerPixel == b.bitsPerPixel &&
-           a.flag1 == b.flag1 &&
-           a.flag2 == b.flag2;
+    return a.width == b.width && a.height == b.height && a.bitsPerPixel == b.bitsPerPixel &&
+           a.flag1 == b.flag1 && a.flag2 == b.flag2;
 }
 inline bool operator!=(const PreviewSize& a, const PreviewSize& b) { return !(a == b); }
 

@@ -1,4 +1,5 @@
-// orvexctl modules: the registry as a caller sees it through the exported functions.
+// orvexctl modules: the registry as a caller sees it through the exported functions, on the
+// running simulated device.
 
 #include <stdio.h>
 
@@ -6,6 +7,8 @@
 #include <vector>
 
 #include "Commands.h"
+#include "ProbeCommands.h"
+#include "SimulatedDevice.h"
 #include "Json.h"
 #include "PlatformLibrary.h"
 
@@ -39,11 +42,9 @@ struct TagReport {
 
 }  // namespace
 
-int RunModules(const Options& options, const std::vector<std::string>& args) {
-    if (!args.empty()) {
-        fprintf(stderr, "orvexctl modules: takes no arguments\n");
-        return kExitUsage;
-    }
+int ProbeModules(const ProbeContext& context, const std::vector<std::string>&) {
+    orvex::sim::SimulatedDevice device;
+    device.Start();
     PlatformLibrary library(PlatformLibrary::DefaultPath());
     if (!library.ok()) {
         fprintf(stderr, "orvexctl: cannot load the platform library: %s\n",
@@ -68,22 +69,32 @@ int RunModules(const Options& options, const std::vector<std::string>& args) {
         reports.push_back(report);
     }
 
-    if (options.json) {
-        printf("{\"version\":%d,\"tags\":[", library.getPlatformVersion());
-        for (size_t i = 0; i < reports.size(); ++i) {
-            const TagReport& r = reports[i];
-            printf("%s{\"tag\":%d,\"family\":%s,\"count\":%d,\"modules\":[", i ? "," : "", r.tag,
-                   JsonString(kTagNames[r.tag]).c_str(), r.count);
-            for (size_t k = 0; k < r.names.size(); ++k) {
-                printf("%s%s", k ? "," : "", JsonString(r.names[k]).c_str());
-            }
-            printf("],\"supported\":%s}", r.supported ? "true" : "false");
+    if (context.json) {
+        JsonWriter json;
+        json.BeginObject()
+            .Field("command", "modules")
+            .Field("ok", true)
+            .Field("device", context.deviceLabel)
+            .Field("version", library.getPlatformVersion())
+            .Key("tags")
+            .BeginArray();
+        for (const TagReport& r : reports) {
+            json.BeginObject()
+                .Field("tag", r.tag)
+                .Field("family", kTagNames[r.tag])
+                .Field("count", r.count)
+                .Key("modules")
+                .BeginArray();
+            for (const std::string& name : r.names) json.String(name);
+            json.EndArray().Field("supported", r.supported).EndObject();
         }
-        printf("]}\n");
+        json.EndArray().EndObject();
+        printf("%s\n", json.str().c_str());
         return kExitOk;
     }
 
-    printf("platform version %d\n", library.getPlatformVersion());
+    printf("device: %s\nplatform version %d\n", context.deviceLabel.c_str(),
+           library.getPlatformVersion());
     printf("%-4s %-16s %-6s %-10s %s\n", "TAG", "FAMILY", "COUNT", "SUPPORTED", "MODULES");
     for (const TagReport& r : reports) {
         std::string names;

@@ -1,0 +1,165 @@
+#include "ConfigLint.h"
+
+#include <ctype.h>
+#include <errno.h>
+#include <stdlib.h>
+#include <string.h>
+#include <tinyxml2.h>
+
+#include <set>
+
+namespace orvexctl {
+
+namespace {
+
+using tinyxml2::XMLElement;
+
+bool Is(const XMLElement* e, const char* name) { return strcmp(e->Name(), name) == 0; }
+
+std::string TextOf(const XMLElement* e) {
+    const char* text = e->GetText();
+    return text != nullptr ? text : "";
+}
+
+struct Linter {
+    std::string file;
+    std::vector<Finding>* out;
+    void Warn(const std::string& text) { out->push_back(Finding{file, text}); }
+};
+
+// Children of one scanner entry: unknown ones, empty ones, and numbers with something after them.
+void LintEntry(const XMLElement* entry, const std::string& where,
+               const std::set<std::string>& known, const std::set<std::string>& numbers,
+               bool supportedIsText, Linter& lint) {
+    for (const XMLElement* c = entry->FirstChildElement(); c; c = c->NextSiblingElement()) {
+        const std::string name = c->Name();
+        if (known.count(name) == 0) {
+            lint.Warn(where + ": unknown element <" + name + "> is ignored");
+            continue;
+        }
+        if (c->GetText() == nullptr) {
+            lint.Warn(where + ": <" + name + "> is empty; the library requires a text");
+            continue;
+        }
+        const std::string text = TextOf(c);
+        if (name == "supported" && supportedIsText) {
+            if (text != "0" && text.find_first_not_of(" \t\r\n0") == std::string::npos) {
+                lint.Warn(where + ": <supported> \"" + text +
+                          "\" is not exactly \"0\", so the scanner is offered");
+            } else if (text != "0" && text != "1" && (text.front() == ' ' || text.back() == ' ')) {
+                lint.Warn(where + ": <supported> \"" + text + "\" has blanks");
+            }
+            continue;
+        }
+        if (numbers.count(name) == 0) continue;
+        NumberText number = ReadNumber(text);
+        if (!number.valid) {
+            lint.Warn(where + ": <" + name + "> \"" + text +
+                      "\" is not a number; reading the list throws and the list is refused");
+        } else if (!number.clean) {
+            lint.Warn(where + ": <" + name + "> \"" + text + "\" is read as " +
+                      std::to_string(number.value) + "; the rest is ignored");
+        }
+    }
+}
+
+}  // namespace
+
+NumberText ReadNumber(const std::string& text) {
+    NumberText n;
+    const char* start = text.c_str();
+    char* end = nullptr;
+    errno = 0;
+    long value = strtol(start, &end, 10);
+    if (end == start || errno == ERANGE || value < INT32_MIN || value > INT32_MAX) return n;
+    n.valid = true;
+    n.value = value;
+    n.clean = *end == '\0' && !isspace(static_cast<unsigned char>(text[0]));
+    return n;
+}
+
+void LintSettings(const std::string& deviceRoot, std::vector<Finding>* out) {
+    Linter lint{"/enterprise/device/settings/scanner/LogLevel.xml", out};
+    tinyxml2::XMLDocument doc(true, tinyxml2::PRESERVE_WHITESPACE);
+    if (doc.LoadFile((deviceRoot + lint.file).c_str()) != tinyxml2::XML_SUCCESS) {
+        lint.Warn(std::string("cannot be read (") + (doc.ErrorStr() ? doc.ErrorStr() : "") +
+                  "); the log level is 5");
+        return;
+    }
+    const XMLElement* root = doc.RootElement();
+    if (root == nullptr) return;  // the settings step reports the assertion
+    bool level = false;
+    for (const XMLElement* c = root->FirstChildElement(); c; c = c->NextSiblingElement()) {
+        if (!Is(c, "LogLevel")) {
+            lint.Warn(std::string("setting <") + c->Name() + "> is not used by the library");
+            continue;
+        }
+        level = true;
+        const std::string text = TextOf(c);
+        NumberText n = ReadNumber(text);
+        if (!n.valid || n.value < 1 || n.value > 8) {
+            lint.Warn("LogLevel \"" + text + "\" is not a level from 1 to 8; the level is 5");
+        } else if (!n.clean) {
+            lint.Warn("LogLevel \"" + text + "\" is read as " + std::to_string(n.value));
+        }
+    }
+    if (!level) lint.Warn("no <LogLevel>; the level is 5");
+}
+
+void LintScannerList(const std::string& deviceRoot, const std::string& devicePath,
+                     const std::string& androidVersionKey, std::vector<Finding>* out) {
+    Linter lint{devicePath, out};
+    tinyxml2::XMLDocument doc(true, tinyxml2::PRESERVE_WHITESPACE);
+    if (doc.LoadFile((deviceRoot + devicePath).c_str()) != tinyxml2::XML_SUCCESS) return;
+    const XMLElement* root = doc.RootElement();
+    if (root == nullptr) return;
+    const std::set<std::string> camera = {"name", "supported", "index", "model"};
+    const std::set<std::string> builtin = {"id", "supported", "name", "index", "model"};
+    const std::set<std::string> productBuiltin = {"index", "model", "name", "orientation"};
+    for (const XMLElement* version = root->FirstChildElement(); version;
+         version = version->NextSiblingElement()) {
+        const std::string key = version->Name();
+        if (!androidVersionKey.empty() && key != androidVersionKey) continue;
+        for (const XMLElement* section = version->FirstChildElement(); section;
+             section = section->NextSiblingElement()) {
+            if (Is(section, "default")) {
+                int n = 0;
+                for (const XMLElement* e = section->FirstChildElement(); e; e = e->NextSiblingElement()) {
+                    const std::string where = key + "/default/" + e->Name() + " #" + std::to_string(++n);
+                    if (Is(e, "camera-scanner") || Is(e, "front-camera-scanner") ||
+                        Is(e, "external-scanner")) {
+                        LintEntry(e, where, camera, {"index"}, true, lint);
+                    } else if (Is(e, "builtin-scanner")) {
+                        LintEntry(e, where, builtin, {"id", "index"}, true, lint);
+                    } else {
+                        lint.Warn(key + "/default: unknown element <" + e->Name() + "> is ignored");
+                    }
+                }
+            } else if (Is(section, "platform")) {
+                for (const XMLElement* platform = section->FirstChildElement(); platform;
+                     platform = platform->NextSiblingElement()) {
+                    for (const XMLElement* product = platform->FirstChildElement(); product;
+                         product = product->NextSiblingElement()) {
+                        const std::string base =
+                            key + "/platform/" + platform->Name() + "/" + product->Name();
+                        int n = 0;
+                        for (const XMLElement* e = product->FirstChildElement(); e; e = e->NextSiblingElement()) {
+                            const std::string where = base + "/" + e->Name() + " #" + std::to_string(++n);
+                            if (Is(e, "external-scanner")) {
+                                LintEntry(e, where, camera, {"index", "supported"}, false, lint);
+                            } else if (Is(e, "builtin-scanner")) {
+                                LintEntry(e, where, productBuiltin, {"index", "orientation"}, false, lint);
+                            } else {
+                                lint.Warn(base + ": unknown element <" + e->Name() + "> is ignored");
+                            }
+                        }
+                    }
+                }
+            } else {
+                lint.Warn(key + ": unknown element <" + section->Name() + "> is ignored");
+            }
+        }
+    }
+}
+
+}  // namespace orvexctl

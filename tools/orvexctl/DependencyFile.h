@@ -1,0 +1,33 @@
+// The tool's own reading of a device's external-dependencies file: which group defines each
+// name, and what the library accepts silently but is likely a mistake. The library's resolver
+// stays the authority on the resolved texts; this reader explains them.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace orvexctl {
+
+struct DependencyOrigin {
+    std::string group;      // "files", "binaries", "properties" or "" (not listed)
+    int entry = 0;          // 1-based position of the entry inside its group
+    bool propertySet = false;  // properties: the system property had a non-empty value
+};
+
+struct DependencyFile {
+    std::string devicePath;  // where the library reads it, given the device root
+    bool loaded = false;
+    std::string loadError;
+    // Origins of the names the library keeps (first definition wins).
+    std::map<std::string, DependencyOrigin> origins;
+    std::vector<std::string> warnings;
+};
+
+// Reads the file under the device root as the library does, for a process named
+// `processName` (its per-user data-files directory is checked first). `property` answers
+// system property values.
+DependencyFile ReadDependencyFile(const std::string& deviceRoot, const std::string& processName,
+                                  const std::map<std::string, std::string>& properties);
+
+}  // namespace orvexctl

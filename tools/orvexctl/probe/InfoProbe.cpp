@@ -1,0 +1,116 @@
+// orvexctl info: the device as the library sees it.
+
+#include <stdio.h>
+
+#include "DeviceInfo.h"
+#include "DeviceInfoBuilder.h"
+#include "Json.h"
+#include "ProbeCommands.h"
+#include "SimulatedDevice.h"
+#include "SupportedScannerInfo.h"
+
+namespace orvexctl {
+
+int ProbeInfo(const ProbeContext& context, const std::vector<std::string>&) {
+    orvex::sim::SimulatedDevice device;
+    device.Start();
+
+    DeviceInfo* info = odk::DeviceInfoBuilder::GetDeviceInfoInstance();
+    struct Fact {
+        const char* key;
+        std::string text;
+        bool isNumber;
+        long number;
+    };
+    std::vector<Fact> facts;
+    auto text = [&](const char* key, const std::string& value) {
+        facts.push_back(Fact{key, value, false, 0});
+    };
+    auto number = [&](const char* key, long value) {
+        facts.push_back(Fact{key, std::to_string(value), true, value});
+    };
+    // In the order the library's getters are declared; each may stop the process when the
+    // device lacks the property it needs.
+    number("rearCamera", info->IsRearCameraAvaialable());
+    number("frontCamera", info->IsFrontCameraAvaialable());
+    text("platform", info->GetPlatformName());
+    text("product", info->GetProductName());
+    text("model", info->GetProductModel());
+    text("sku", info->GetProductSKU());
+    text("manufacturer", info->GetManufacturerName());
+    text("androidVersion", info->GetAndroidVersion());
+    text("abi", info->GetABI());
+    number("scannerBeepVolume", info->GetScannerBeepVolume());
+    number("scannerAudioApi", info->GetScannerAudioAPI());
+    number("scanner", info->GetScanner());
+    text("decryptionStatus", info->GetDeviceDecryptionStatus());
+    number("imagerInterfaceType", info->GetImagerInterfaceType());
+    number("platformVersion", info->GetPlatformVersion());
+    number("federalSku1", info->isDeviceFederalSKU1());
+    number("federalSku2", info->isDeviceFederalSKU2());
+
+    SupportedScannerInfo* scanners = odk::DeviceInfoBuilder::GetSupportedScannerInfoInstance();
+    const bool listAvailable = scanners != nullptr && scanners->IsScannerListAvailable();
+    struct Scanner {
+        std::string name, model;
+    };
+    std::vector<Scanner> list;
+    std::string inBuilt;
+    int mirrored = 0;
+    if (listAvailable) {
+        for (int i = 0; i < scanners->GetNumberOfSupportedScanners(); ++i) {
+            list.push_back(Scanner{scanners->GetScannerNameAt(i), scanners->GetScannerModelNameAt(i)});
+        }
+        inBuilt = scanners->GetInBuiltScannerModel();
+        mirrored = scanners->IsMirroredAndFlipped();
+    }
+
+    if (context.json) {
+        JsonWriter json;
+        json.BeginObject()
+            .Field("command", "info")
+            .Field("ok", true)
+            .Field("device", context.deviceLabel)
+            .Key("facts")
+            .BeginObject();
+        for (const Fact& f : facts) {
+            if (f.isNumber) {
+                json.Key(f.key).Int(f.number);
+            } else {
+                json.Field(f.key, f.text);
+            }
+        }
+        json.EndObject().Key("scanners").BeginArray();
+        for (size_t i = 0; i < list.size(); ++i) {
+            json.BeginObject()
+                .Field("position", static_cast<int>(i))
+                .Field("name", list[i].name)
+                .Field("index", static_cast<int>(i))
+                .Field("model", list[i].model)
+                .EndObject();
+        }
+        json.EndArray();
+        if (listAvailable) {
+            json.Field("inBuiltModel", inBuilt).Field("mirroredAndFlipped", mirrored);
+        } else {
+            json.Key("inBuiltModel").Null().Key("mirroredAndFlipped").Null();
+        }
+        json.EndObject();
+        printf("%s\n", json.str().c_str());
+        return 0;
+    }
+
+    printf("device: %s\n\nfacts\n", context.deviceLabel.c_str());
+    for (const Fact& f : facts) printf("  %-20s %s\n", f.key, f.text.c_str());
+    printf("\nsupported scanners\n");
+    if (!listAvailable) printf("  (none: the scanner list is empty)\n");
+    for (size_t i = 0; i < list.size(); ++i) {
+        printf("  %zu  %-28s %s\n", i, list[i].name.c_str(), list[i].model.c_str());
+    }
+    if (listAvailable) {
+        printf("  in-built model %s, mirrored and flipped %d\n", inBuilt.c_str(), mirrored);
+    }
+    return 0;
+}
+
+}  // namespace orvexctl
