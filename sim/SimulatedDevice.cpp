@@ -9,7 +9,7 @@
 #include "feedback/FakeAudioService.h"
 #include "feedback/FakeHardwareBeep.h"
 #include "feedback/FakeHidlLight.h"
-#include "feedback/FakePlugableDeviceNotifier.h"
+#include "FakePlugableDeviceNotifier.h"
 #include "orvex/camera_service.h"
 #include "orvex/device_root.h"
 

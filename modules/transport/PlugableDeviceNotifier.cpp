@@ -1,0 +1,179 @@
+#include "PlugableDeviceNotifier.h"
+
+#include "ScannerLog.h"
+
+using android::sp;
+using android::hardware::hidl_string;
+using android::hardware::Return;
+using android::hardware::Void;
+using vendor::tevrin::hardware::dchwmanager::V1_0::IDCHWManager;
+
+namespace vendor {
+namespace tevrin {
+namespace hardware {
+namespace dchwmanager {
+namespace implementation {
+
+PlugableNotifierCallback::PlugableNotifierCallback() : m_pPlugableHALCallback(nullptr) {
+    SF_LOGD("[PlugableNotifierCallbacki::PlugableNotifierCallback] ctor\n");
+}
+
+PlugableNotifierCallback::~PlugableNotifierCallback() {
+    SF_LOGD("[PlugableNotifierCallbacki::~PlugableNotifierCallback] dtor\n");
+}
+
+bool PlugableNotifierCallback::setPlugableHALCallback(IPlugableHALCallBack* callback) {
+    if (callback == nullptr) return false;
+    m_pPlugableHALCallback = callback;
+    return true;
+}
+
+Return<void> PlugableNotifierCallback::OnConnectionChanged(bool event, const hidl_string& portName,
+                                                           int8_t scannerType) {
+    SF_LOGD(
+        "[PlugableNotifierCallback::OnConnectionChanged] event:%d, portName:%s, scannerType:%d\n",
+        event ? 1 : 0, portName.c_str(), scannerType);
+    m_pPlugableHALCallback->OnPlugableDeviceChanged(event, std::string(portName.c_str()),
+                                                    static_cast<int>(scannerType));
+    return Void();
+}
+
+}  // namespace implementation
+}  // namespace dchwmanager
+}  // namespace hardware
+}  // namespace tevrin
+}  // namespace vendor
+
+namespace {
+const char kWrongPort[] = "WrongPort";
+}
+
+template <AndroidVersion T>
+typename PlugableDeviceNotifier<T>::_thread_register PlugableDeviceNotifier<T>::Obj;
+
+template <AndroidVersion T>
+PlugableDeviceNotifier<T>::PlugableDeviceNotifier() : b_PlugableInit(false) {
+    SF_LOGD("[PlugableDeviceNotifier<T>::PlugableDeviceNotifier()] ctor");
+}
+
+template <AndroidVersion T>
+PlugableDeviceNotifier<T>::~PlugableDeviceNotifier() {
+    SF_LOGD("[PlugableDeviceNotifier<T>::PlugableDeviceNotifier()] dtor");
+    sp_PlugableHal = nullptr;
+    sp_IDCHWManager = nullptr;
+    sp_PlugableNotifierCallback = nullptr;
+}
+
+template <AndroidVersion T>
+bool PlugableDeviceNotifier<T>::IsSupported() {
+    return true;
+}
+
+template <AndroidVersion T>
+char const* PlugableDeviceNotifier<T>::GetModuleName() {
+    return "PlugableDeviceNotifier";
+}
+
+template <AndroidVersion T>
+bool PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier() {
+    // A manager that still answers means this instance is connected already; one that does not
+    // is replaced by a fresh connection.
+    if (sp_IDCHWManager != nullptr) {
+        if (sp_IDCHWManager->ping().isOk()) {
+            SF_LOGE("[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] failed");
+            return false;
+        }
+    } else if (b_PlugableInit) {
+        SF_LOGE("[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] failed");
+        return false;
+    }
+    sp_IDCHWManager = IDCHWManager::getService("default", false);
+    if (sp_IDCHWManager == nullptr) {
+        SF_LOGE(
+            "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Unable to get "
+            "IDCHWManager interface.");
+        return false;
+    }
+    sp_PlugableHal = sp_IDCHWManager->getPlugableDeviceNotifier();
+    if (sp_PlugableHal == nullptr) {
+        SF_LOGE(
+            "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Unable to get "
+            "IPlugableDevice interface.");
+        sp_IDCHWManager = nullptr;
+        return false;
+    }
+    b_PlugableInit = true;
+    SF_LOGD(
+        "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Acquired "
+        "PlugableDeviceNotifier interface.");
+    return true;
+}
+
+template <AndroidVersion T>
+bool PlugableDeviceNotifier<T>::AcquirePlugableDeviceNotifier() {
+    bool acquired = associatePlugableDeviceNotifier();
+    if (acquired) {
+        SF_LOGD("[PlugableDeviceNotifier<T>::AcquirePlugableDeviceNotifierInterface] success");
+    } else {
+        SF_LOGE(
+            "[PlugableDeviceNotifier<T>::AcquirePlugableDeviceNotifierInterface] is not available");
+    }
+    return acquired;
+}
+
+template <AndroidVersion T>
+void PlugableDeviceNotifier<T>::disassociate() {
+    SF_LOGD("[PlugableDeviceNotifier<T>::disassociate]");
+    b_PlugableInit = false;
+    sp_PlugableNotifierCallback = nullptr;
+    sp_IDCHWManager = nullptr;
+    sp_PlugableHal = nullptr;
+}
+
+template <AndroidVersion T>
+bool PlugableDeviceNotifier<T>::ReleasePlugableDeviceNotifier() {
+    SF_LOGD("[PlugableDeviceNotifier<T>::ReleasePlugableDeviceNotifierInterface]");
+    disassociate();
+    return true;
+}
+
+template <AndroidVersion T>
+bool PlugableDeviceNotifier<T>::InitializeSSI(IPlugableHALCallBack* callback, ScannerType type) {
+    SF_LOGD("[PlugableDeviceNotifier<T>::InitializeSSI] scanner:%d ++", static_cast<int>(type));
+    if (sp_PlugableHal != nullptr) {
+        sp_PlugableNotifierCallback = new PlugableNotifierCallback();
+        if (sp_PlugableNotifierCallback->setPlugableHALCallback(callback)) {
+            uint8_t registered = sp_PlugableHal->registerNotifierCallback(
+                sp_PlugableNotifierCallback, static_cast<int32_t>(type));
+            return registered != 0;
+        }
+    }
+    SF_LOGE("[PlugableDeviceNotifier<T>::InitializeSSI] failed");
+    return false;
+}
+
+template <AndroidVersion T>
+std::string PlugableDeviceNotifier<T>::GetPortName() {
+    std::string portName;
+    if (sp_PlugableHal == nullptr) {
+        SF_LOGE("[PlugableDeviceNotifier<T>::GetPortName] sp_PlugableHal is null");
+        portName = kWrongPort;
+    } else {
+        // A reply that never came names no valid port.
+        int status = -1;
+        sp_PlugableHal
+            ->getPortName([&](int8_t replyStatus, const hidl_string& replyName) {
+                status = replyStatus;
+                portName = replyName.c_str();
+            })
+            .isOk();
+        if (status == -1) {
+            SF_LOGE("[PlugableDeviceNotifier<T>::GetPortName] Error in port Name");
+            portName = kWrongPort;
+        }
+    }
+    SF_LOGE("[PlugableDeviceNotifier<T>::GetPortName] port name %s", portName.c_str());
+    return portName;
+}
+
+template class PlugableDeviceNotifier<(AndroidVersion)10>;
