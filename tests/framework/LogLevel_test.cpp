@@ -81,3 +81,20 @@ TEST(LogLevel, RegistrationsAreLoggedBeforeTheLevelIsRead) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Registry, EveryTagCountsItsRegisteredModules) {
+    // Tags 3, 4 and 5 have no module in this build; every other tag has exactly one.
+    std::vector<std::string> args;
+    for (int tag = 0; tag < 14; ++tag) {
+        args.push_back("count");
+        args.push_back(std::to_string(tag));
+    }
+    DeviceRoot root;
+    CallerRun run = RunCaller(root, args);
+    ASSERT_EQ(run.process.exitCode, 0) << run.process.err;
+    EXPECT_EQ(run.process.out, "1\n1\n1\n0\n0\n0\n1\n1\n1\n1\n1\n1\n1\n1\n");
+}
+
+}  // namespace

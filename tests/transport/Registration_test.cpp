@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "TestSupport.h"
+#include <android/log.h>
 
 namespace {
 
@@ -38,7 +39,7 @@ std::string RegistrationLine(const std::string& name, int tag) {
            std::to_string(tag) + "'\n";
 }
 
-TEST(TransportRegistration, ModulesRegisterInTheirPlacesWhileTheLibraryLoads) {
+TEST(Registration, AllElevenModulesRegisterInLoadOrderWhileTheLibraryLoads) {
     DeviceRoot root;
     CallerRun run = RunCaller(root, {"load"});
     ASSERT_EQ(run.process.exitCode, 0) << run.process.err;
@@ -49,18 +50,15 @@ TEST(TransportRegistration, ModulesRegisterInTheirPlacesWhileTheLibraryLoads) {
             registered.push_back(e.message);
         }
     }
-    // What this build registers is the load order without the modules it lacks, and it holds
-    // these four.
+    // All eleven, in load order, each at info priority under the framework's tag.
     std::vector<std::string> expected;
-    for (const auto& [name, tag] : kLoadOrder) {
-        std::string line = RegistrationLine(name, tag);
-        bool mine = name == "SerialPort" || name == "PlugableDeviceNotifier" ||
-                    name == "BatterySwapModule" || name == "CameraModule";
-        if (mine || std::find(registered.begin(), registered.end(), line) != registered.end()) {
-            expected.push_back(line);
-        }
-    }
+    for (const auto& [name, tag] : kLoadOrder) expected.push_back(RegistrationLine(name, tag));
     EXPECT_EQ(registered, expected);
+    for (const Entry& e : run.log) {
+        if (e.message.rfind("[ComponentIndex::AddPlatformModule] Adding", 0) != 0) continue;
+        EXPECT_EQ(e.priority, ANDROID_LOG_INFO);
+        EXPECT_EQ(e.tag, "ScannerFramework");
+    }
 }
 
 TEST(TransportRegistration, EachTagHoldsOneModuleReachableAsTheRegistryAllows) {
