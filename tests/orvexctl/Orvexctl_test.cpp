@@ -21,7 +21,7 @@ using orvex::test::ReadFile;
 using orvex::test::TempDir;
 using orvex::test::WriteFile;
 
-const std::vector<std::string> kProfiles = {"default", "tr41", "camera-only"};
+const std::vector<std::string> kProfiles = {"default", "tr41", "camera-only", "HX2105x", "QT7BW"};
 
 ProcessResult Orvexctl(const std::vector<std::string>& args) {
     return orvex::test::RunProcess(ORVEX_BUILD_DIR "/bin/orvexctl", "orvexctl", args,
@@ -115,10 +115,22 @@ TEST(Orvexctl, InfoShowsTheDeviceFactsAndScanners) {
     struct Case {
         std::string profile, platform, model, android;
         bool rear;
+        bool triggersInit;
+        std::vector<std::string> keys;  // "scan code name resource"
     } cases[] = {
-        {"default", "lahaina", "TR52", "13", true},
-        {"tr41", "holi", "TR41", "14", true},
-        {"camera-only", "bengal", "TR21", "11", true},
+        {"default", "lahaina", "TR52", "13", true, true,
+         {"726 Trigger Left TRIGGER_LEFT", "727 Trigger Right TRIGGER_RIGHT",
+          "725 Trigger Center TRIGGER_CENTER"}},
+        {"tr41", "holi", "TR41", "14", true, true,
+         {"726 Trigger Left TRIGGER_LEFT", "727 Trigger Right TRIGGER_RIGHT"}},
+        // No device element: Init answers false and the table stays empty.
+        {"camera-only", "bengal", "TR21", "11", true, false, {}},
+        // Keys listed under the SKU.
+        {"HX2105x", "lahaina", "HX2105x", "13", true, true,
+         {"725 Trigger Center TRIGGER_CENTER", "728 Trigger Grip TRIGGER_GRIP"}},
+        // Without an imager the centre trigger drives the key mapper.
+        {"QT7BW", "holi", "QT7BW", "14", true, true,
+         {"725 Key Mapper Scan KEY_MAPPER_SCAN", "311 Key Mapper R1 KEY_MAPPER_R1"}},
     };
     for (const Case& c : cases) {
         ProcessResult run = Orvexctl({"--profile", c.profile, "--json", "info"});
@@ -132,6 +144,13 @@ TEST(Orvexctl, InfoShowsTheDeviceFactsAndScanners) {
         for (size_t i = 0; i < doc["scanners"].size(); ++i) {
             EXPECT_EQ(doc["scanners"][i]["index"].Int(), static_cast<int>(i));
         }
+        EXPECT_EQ(doc["triggers"]["init"].Bool(), c.triggersInit) << c.profile;
+        std::vector<std::string> keys;
+        for (const Json& k : doc["triggers"]["keys"].Array()) {
+            keys.push_back(std::to_string(k["scanCode"].Int()) + " " + k["friendlyName"].String() +
+                           " " + k["scannerResource"].String());
+        }
+        EXPECT_EQ(keys, c.keys) << c.profile;
     }
 }
 
@@ -267,6 +286,7 @@ TEST(Orvexctl, CheckWarnsAboutWhatTheLibraryAcceptsSilently) {
               "<LogLevel>4x</LogLevel>");
     root.Edit("/system/etc/scanner/ExternalDependencies.xml",
               "<absolutepath>true</absolutepath>(\\s*<path>/data/vendor)", "$1");
+    root.Edit("/system/etc/scanner/ScannerResourceConfig.xml", "<KeyCode>2D7</KeyCode>", "");
     ProcessResult run = Orvexctl({"--root", root.path(), "--json", "check"});
     EXPECT_EQ(run.exitCode, 0) << run.out;
     Json doc = ParseOutput(run);
@@ -280,6 +300,7 @@ TEST(Orvexctl, CheckWarnsAboutWhatTheLibraryAcceptsSilently) {
     };
     EXPECT_TRUE(has("LogLevel \"4x\" is read as 4")) << run.out;
     EXPECT_TRUE(has("inherited from an earlier entry")) << run.out;
+    EXPECT_TRUE(has("TR52/Key #2: no <KeyCode>; the key's scan code stays -1")) << run.out;
 }
 
 TEST(Orvexctl, ScanRunsTheTypicalScanEndToEnd) {

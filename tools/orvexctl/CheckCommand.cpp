@@ -126,6 +126,7 @@ int RunCheck(const Options& options, const std::vector<std::string>& args) {
         {"GetABI", "device fact: ABI", ""},
         {"imager", "imager client library", "libimagerclient.so"},
         {"scannerlist", "scanner list", ""},
+        {"triggers", "trigger resource file", ""},
         {"timer", "timer pipe", ""},
     };
     bool loads = run(settings);
@@ -136,6 +137,7 @@ int RunCheck(const Options& options, const std::vector<std::string>& args) {
     for (Step& step : later) {
         if (step.id == "scannerlist") step.file = resolved["scannerlistxml"];
         if (step.id == "timer") step.file = resolved["sctimerfifo"];
+        if (step.id == "triggers") step.file = resolved["scannerresourceconfig"];
         if (!resolves) {
             results.push_back(Skipped(step, loads ? "the external dependencies cannot be read"
                                                   : "the library does not load"));
@@ -149,12 +151,22 @@ int RunCheck(const Options& options, const std::vector<std::string>& args) {
     for (const std::string& w : deps.warnings) findings.push_back(Finding{deps.devicePath, w});
     std::string versionKey;
     for (const StepResult& r : results) {
+        if (r.step.id == "triggers" && r.status == "ok" && r.facts.count("init") &&
+            r.facts.at("init") == "false") {
+            findings.push_back(Finding{r.step.file,
+                                       "the trigger configuration does not initialise for this "
+                                       "device (Init answers false): no device element, or the "
+                                       "file cannot be read"});
+        }
         if (r.step.id == "GetAndroidVersion" && r.status == "ok") {
             versionKey = "Android_" + r.facts.at("value");
         }
     }
     if (!resolved["scannerlistxml"].empty()) {
         LintScannerList(root, resolved["scannerlistxml"], versionKey, &findings);
+    }
+    if (!resolved["scannerresourceconfig"].empty()) {
+        LintTriggerFile(root, resolved["scannerresourceconfig"], &findings);
     }
 
     int stops = 0;

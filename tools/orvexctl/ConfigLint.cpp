@@ -162,4 +162,53 @@ void LintScannerList(const std::string& deviceRoot, const std::string& devicePat
     }
 }
 
+void LintTriggerFile(const std::string& deviceRoot, const std::string& devicePath,
+                     std::vector<Finding>* out) {
+    Linter lint{devicePath, out};
+    tinyxml2::XMLDocument doc(true, tinyxml2::PRESERVE_WHITESPACE);
+    if (doc.LoadFile((deviceRoot + devicePath).c_str()) != tinyxml2::XML_SUCCESS) return;
+    const XMLElement* root = doc.RootElement();
+    if (root == nullptr) return;
+    auto lintKeys = [&](const XMLElement* device, const std::string& where) {
+        int n = 0;
+        for (const XMLElement* key = device->FirstChildElement(); key; key = key->NextSiblingElement()) {
+            if (!Is(key, "Key")) {
+                lint.Warn(where + ": <" + key->Name() + "> is not a <Key> and is skipped");
+                continue;
+            }
+            const std::string at = where + "/Key #" + std::to_string(++n);
+            bool code = false;
+            for (const XMLElement* c = key->FirstChildElement(); c; c = c->NextSiblingElement()) {
+                const std::string name = c->Name();
+                const std::string text = TextOf(c);
+                if (name == "KeyCode") {
+                    code = true;
+                    std::string digits = text;
+                    if (digits.rfind("0x", 0) == 0 || digits.rfind("0X", 0) == 0) digits = digits.substr(2);
+                    if (digits.empty() || digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
+                        lint.Warn(at + ": <KeyCode> \"" + text + "\" is not plain hexadecimal");
+                    }
+                } else if (name == "MultiScannerSupport") {
+                    if (text != "1" && text != "0") {
+                        lint.Warn(at + ": <MultiScannerSupport> \"" + text +
+                                  "\" is not \"1\", so the key drives one scanner");
+                    }
+                } else if (name != "friendlyname" && name != "ScannerResource") {
+                    lint.Warn(at + ": unknown element <" + name + "> is ignored");
+                }
+            }
+            if (!code) lint.Warn(at + ": no <KeyCode>; the key's scan code stays -1");
+        }
+    };
+    for (const XMLElement* model = root->FirstChildElement(); model; model = model->NextSiblingElement()) {
+        if (Is(model, "HX2105x")) {
+            for (const XMLElement* sku = model->FirstChildElement(); sku; sku = sku->NextSiblingElement()) {
+                lintKeys(sku, std::string("HX2105x/") + sku->Name());
+            }
+        } else {
+            lintKeys(model, model->Name());
+        }
+    }
+}
+
 }  // namespace orvexctl

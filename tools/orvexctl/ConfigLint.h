@@ -16,6 +16,9 @@ void LintSettings(const std::string& deviceRoot, std::vector<Finding>* out);
 void LintScannerList(const std::string& deviceRoot, const std::string& devicePath,
                      const std::string& androidVersionKey, std::vector<Finding>* out);
 
+void LintTriggerFile(const std::string& deviceRoot, const std::string& devicePath,
+                     std::vector<Finding>* out);
+
 // A decimal number as std::stoi reads it: leading blanks skipped, digits taken, the rest ignored.
 // "clean" when nothing was ignored; "valid" when stoi would not throw.
 struct NumberText {

@@ -12,6 +12,9 @@
 #include "ConfigInfo.h"
 #include "DeviceInfo.h"
 #include "DeviceInfoBuilder.h"
+#include "OdkList.h"
+#include "Platform.h"
+#include "PlatformModuleInterfaces.h"
 #include "ProbeCommands.h"
 #include "SimulatedDevice.h"
 #include "SupportedScannerInfo.h"
@@ -48,6 +51,14 @@ int RunStep(const std::string& step) {
         Fact("scanners", std::to_string(scanners != nullptr && scanners->IsScannerListAvailable()
                                             ? scanners->GetNumberOfSupportedScanners()
                                             : 0));
+    } else if (step == "triggers") {
+        auto* triggers = static_cast<ITriggersModule*>(
+            GetPlatformModule(PLATFORM_MODULE_TRIGGERS, "Triggers"));
+        bool init = triggers != nullptr && triggers->Init();
+        Fact("init", init ? "true" : "false");
+        Fact("keys", std::to_string(triggers != nullptr ? triggers->GetTriggerInfo()->size() : 0));
+        if (triggers != nullptr) triggers->Deinit();
+        DeletePlatformModule(triggers);
     } else if (step == "timer") {
         TimerProvider::Initialize();
         TimerProvider::DeInitialize();

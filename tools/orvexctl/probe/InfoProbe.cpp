@@ -4,7 +4,11 @@
 
 #include "DeviceInfo.h"
 #include "DeviceInfoBuilder.h"
+#include "ITriggerInfo.h"
 #include "Json.h"
+#include "OdkList.h"
+#include "Platform.h"
+#include "PlatformModuleInterfaces.h"
 #include "ProbeCommands.h"
 #include "SimulatedDevice.h"
 #include "SupportedScannerInfo.h"
@@ -65,6 +69,31 @@ int ProbeInfo(const ProbeContext& context, const std::vector<std::string>&) {
         mirrored = scanners->IsMirroredAndFlipped();
     }
 
+    // The trigger table as the trigger configuration module builds it.
+    struct Key {
+        int scanCode;
+        std::string name, resource;
+        bool multi;
+    };
+    std::vector<Key> keys;
+    bool triggersInit = false;
+    auto* triggers = static_cast<ITriggersModule*>(GetPlatformModule(PLATFORM_MODULE_TRIGGERS, "Triggers"));
+    if (triggers != nullptr) {
+        triggersInit = triggers->Init();
+        odk::List<odk::ITriggerInfo*>* list = triggers->GetTriggerInfo();
+        if (list != nullptr && !list->empty()) {
+            list->begin();
+            while (list->hasNext()) {
+                odk::ITriggerInfo* key = list->get();
+                keys.push_back(Key{key->GetScanCode(), key->GetFriendlyName(),
+                                   key->GetScannerResource(), key->IsMultiScannerSupported()});
+                list->movenext();
+            }
+        }
+        triggers->Deinit();
+        DeletePlatformModule(triggers);
+    }
+
     if (context.json) {
         JsonWriter json;
         json.BeginObject()
@@ -95,6 +124,16 @@ int ProbeInfo(const ProbeContext& context, const std::vector<std::string>&) {
         } else {
             json.Key("inBuiltModel").Null().Key("mirroredAndFlipped").Null();
         }
+        json.Key("triggers").BeginObject().Field("init", triggersInit).Key("keys").BeginArray();
+        for (const Key& k : keys) {
+            json.BeginObject()
+                .Field("scanCode", k.scanCode)
+                .Field("friendlyName", k.name)
+                .Field("scannerResource", k.resource)
+                .Field("multiScanner", k.multi)
+                .EndObject();
+        }
+        json.EndArray().EndObject();
         json.EndObject();
         printf("%s\n", json.str().c_str());
         return 0;
@@ -109,6 +148,11 @@ int ProbeInfo(const ProbeContext& context, const std::vector<std::string>&) {
     }
     if (listAvailable) {
         printf("  in-built model %s, mirrored and flipped %d\n", inBuilt.c_str(), mirrored);
+    }
+    printf("\ntrigger keys (Init %s)\n", triggersInit ? "true" : "false");
+    for (const Key& k : keys) {
+        printf("  0x%-5x %-24s %-22s multi-scanner %s\n", static_cast<unsigned>(k.scanCode),
+               k.name.c_str(), k.resource.c_str(), k.multi ? "yes" : "no");
     }
     return 0;
 }
