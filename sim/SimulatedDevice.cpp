@@ -2,9 +2,13 @@
 
 #include <fstream>
 
+#include "FakeBatterySwapHandler.h"
+#include "FakeCameraVendorTagProvider.h"
 #include "FakeImager.h"
 #include "FakeImagerAdapter.h"
 #include "FakeImagerControl.h"
+#include "FakeSerial.h"
+#include "FakeSerialFWUpdate.h"
 #include "feedback/FakeAidlLights.h"
 #include "feedback/FakeAudioService.h"
 #include "feedback/FakeHardwareBeep.h"
@@ -25,7 +29,10 @@ std::map<std::string, std::string> ReadServices() {
                                                    {"audio", "1"},
                                                    {"external_vibrator", "0"},
                                                    {"imager", "1"},
-                                                   {"imager_engine_id", "31"}};
+                                                   {"imager_engine_id", "31"},
+                                                   {"serial", "1"},
+                                                   {"battery_swap", "1"},
+                                                   {"camera_vendor_tags", "1"}};
     std::ifstream in(DevicePath("/sim/services.prop"));
     std::string line;
     while (std::getline(in, line)) {
@@ -72,15 +79,56 @@ void SimulatedDevice::Start() {
         mImager->SetControl(control);
         mImager->SetAdapter(adapter);
     }
+    if (mServices["serial"] == "1") {
+        mSerial = new FakeSerial();
+        mSerial->calls().SetName("ISerial");
+        ::android::sp<FakeSerialFWUpdate> firmware = new FakeSerialFWUpdate();
+        firmware->calls().SetName("ISerialFWUpdate");
+        mSerial->SetFirmware(firmware);
+    }
+    if (mServices["battery_swap"] == "1") {
+        mBatterySwap = new FakeBatterySwapHandler();
+        mBatterySwap->calls().SetName("IBatterySwapHandler");
+    }
+    if (mServices["camera_vendor_tags"] == "1") {
+        mVendorTags = new FakeCameraVendorTagProvider();
+        mVendorTags->calls().SetName("ICameraVendorTagProvider");
+    }
     ::android::sp<FakeImager> imager = mImager;
-    mHardwareManager->AddBuilder([notifier, imager](FakeDCHWManager& manager) {
-        manager.calls().SetName("IDCHWManager");
-        manager.SetPlugableDeviceNotifier(notifier);
-        if (imager != nullptr) manager.SetImager(imager);
-    });
+    ::android::sp<FakeSerial> serial = mSerial;
+    ::android::sp<FakeBatterySwapHandler> batterySwap = mBatterySwap;
+    ::android::sp<FakeCameraVendorTagProvider> vendorTags = mVendorTags;
+    mHardwareManager->AddBuilder(
+        [notifier, imager, serial, batterySwap, vendorTags](FakeDCHWManager& manager) {
+            manager.calls().SetName("IDCHWManager");
+            manager.SetPlugableDeviceNotifier(notifier);
+            if (imager != nullptr) manager.SetImager(imager);
+            if (serial != nullptr) manager.SetSerial(serial);
+            if (batterySwap != nullptr) manager.SetBatterySwapHandler(batterySwap);
+            if (vendorTags != nullptr) manager.SetCameraVendorTagProvider(vendorTags);
+        });
     mHardwareManager->Start();
     mHardwareManager->trigger()->calls().SetName("ITrigger");
 }
 
 }  // namespace sim
 }  // namespace orvex
+
+// A C entry for callers that declare nothing of the simulator's (the caller-side ABI check).
+extern "C" __attribute__((visibility("default"))) void* orvex_sim_device_start(void) {
+    auto* device = new orvex::sim::SimulatedDevice();
+    device->Start();
+    return device;
+}
+
+extern "C" __attribute__((visibility("default"))) void orvex_sim_device_stop(void* device) {
+    delete static_cast<orvex::sim::SimulatedDevice*>(device);
+}
+
+// Presses a trigger key on the device; 0 when the hardware manager holds no client queue.
+extern "C" __attribute__((visibility("default"))) int orvex_sim_press_trigger(
+    void* device, unsigned type, unsigned first, unsigned second) {
+    auto* d = static_cast<orvex::sim::SimulatedDevice*>(device);
+    auto trigger = d->hardwareManager().trigger();
+    return trigger != nullptr && trigger->Press(type, first, second) ? 1 : 0;
+}

@@ -10,6 +10,9 @@
 //   external_vibrator=1|0  an external vibrator on the pluggable-device interface
 //   imager=1|0             the hardware manager's imager (with its control and adapter)
 //   imager_engine_id=TEXT  the engine identifier the imager reports (default 31)
+//   serial=1|0             the serial interface with its firmware-update interface
+//   battery_swap=1|0       the battery swap handler
+//   camera_vendor_tags=1|0 the camera vendor tag provider
 // A missing file or key means present (light: hidl, external_vibrator: 0).
 #pragma once
 
@@ -28,6 +31,9 @@ class FakeHidlLight;
 class FakeAidlLights;
 class FakePlugableDeviceNotifier;
 class FakeImager;
+class FakeSerial;
+class FakeBatterySwapHandler;
+class FakeCameraVendorTagProvider;
 
 class SimulatedDevice {
 public:
@@ -47,6 +53,9 @@ public:
     FakeAudioService* audio() const { return mAudio.get(); }
     FakePlugableDeviceNotifier* plugableDeviceNotifier() const { return mNotifier.get(); }
     FakeImager* imager() const { return mImager.get(); }
+    FakeSerial* serial() const { return mSerial.get(); }
+    FakeBatterySwapHandler* batterySwap() const { return mBatterySwap.get(); }
+    FakeCameraVendorTagProvider* cameraVendorTags() const { return mVendorTags.get(); }
 
     // The profile's service settings, as read by Start().
     const std::map<std::string, std::string>& services() const { return mServices; }
@@ -60,6 +69,9 @@ private:
     ::android::sp<FakeAudioService> mAudio;
     ::android::sp<FakePlugableDeviceNotifier> mNotifier;
     ::android::sp<FakeImager> mImager;
+    ::android::sp<FakeSerial> mSerial;
+    ::android::sp<FakeBatterySwapHandler> mBatterySwap;
+    ::android::sp<FakeCameraVendorTagProvider> mVendorTags;
 };
 
 }  // namespace sim
