@@ -30,14 +30,21 @@ constexpr const char* kSetProperties[][2] = {
 };
 
 // The ABIs the resolver knows, and some it does not.
-constexpr const char* kAbis[] = {"", "armeabi-v7a", "x86", "arm64-v8a", "x86_64", "mips", "arm64",
-                                 "x86_64 "};
+constexpr const char* kAbis[] = {"",       "armeabi-v7a", "x86",   "arm64-v8a",
+                                 "x86_64", "mips",        "arm64", "x86_64 "};
 
 // Names the library resolves, and some that no file lists.
-constexpr const char* kNames[] = {"sctimerfifo",       "scannerlistxml",    "scannerresourceconfig",
-                                  "libplatformso",     "ro.product.model",  "ro.board.platform",
-                                  "ro.product.cpu.abi", "vold.decrypt",     "",
-                                  "name",              "not.listed.anywhere"};
+constexpr const char* kNames[] = {"sctimerfifo",
+                                  "scannerlistxml",
+                                  "scannerresourceconfig",
+                                  "libplatformso",
+                                  "ro.product.model",
+                                  "ro.board.platform",
+                                  "ro.product.cpu.abi",
+                                  "vold.decrypt",
+                                  "",
+                                  "name",
+                                  "not.listed.anywhere"};
 
 // The per-user data-files directory of this process, as the resolver builds it.
 std::string DataFilesDirectory() {

@@ -32,7 +32,8 @@ using android::hardware::Return;
 using android::hardware::Void;
 namespace dch = vendor::tevrin::hardware::dchwmanager::V1_0;
 
-using KeyQueue = android::hardware::MessageQueue<uint32_t, android::hardware::kSynchronizedReadWrite>;
+using KeyQueue =
+    android::hardware::MessageQueue<uint32_t, android::hardware::kSynchronizedReadWrite>;
 
 constexpr size_t kCapacity = 16;
 constexpr uint32_t kDataAvailable = 1;

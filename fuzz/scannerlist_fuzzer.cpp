@@ -38,7 +38,8 @@ Facts ParseFacts(const std::string& line) {
     Facts facts;
     if (fields.size() > 0) facts.rearCamera = atoi(fields[0].c_str()) != 0;
     if (fields.size() > 1) facts.frontCamera = atoi(fields[1].c_str()) != 0;
-    if (fields.size() > 2) facts.scannerId = static_cast<int>(strtol(fields[2].c_str(), nullptr, 10));
+    if (fields.size() > 2)
+        facts.scannerId = static_cast<int>(strtol(fields[2].c_str(), nullptr, 10));
     if (fields.size() > 3) facts.platform = fields[3];
     if (fields.size() > 4) facts.model = fields[4];
     if (fields.size() > 5) facts.version = fields[5];

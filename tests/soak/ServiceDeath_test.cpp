@@ -265,7 +265,8 @@ void BeepInitializeAfterTheServiceCameBack(ChildChecks& c) {
     Beep beep;
     c.True("InitializeFeedback", beep.InitializeFeedback());
     c.True("the new instance was asked",
-           back->Calls() == std::vector<FakeHardwareBeep::Call>{FakeHardwareBeep::IsHWBeepSupported()});
+           back->Calls() ==
+               std::vector<FakeHardwareBeep::Call>{FakeHardwareBeep::IsHWBeepSupported()});
 }
 
 void BeepInitializeAfterTheServiceDiedForGood(ChildChecks& c) {
@@ -435,8 +436,8 @@ void LedIsSupportedAfterTheHidlLightDiedReconnects(ChildChecks& c) {
     c.True("InitializeFeedback again", led.InitializeFeedback());
     c.True("PrepareFeedbackForTrigger", led.PrepareFeedbackForTrigger());
     c.True("the new instance lights red",
-           back->Calls() == std::vector<FakeHidlLight::Call>{
-                                {8, orvex::sim::MakeHidlLightState(kRed), 0}});
+           back->Calls() ==
+               std::vector<FakeHidlLight::Call>{{8, orvex::sim::MakeHidlLightState(kRed), 0}});
 }
 
 void LedScanAfterTheAidlLightsDied(ChildChecks& c) {
@@ -623,8 +624,8 @@ void TriggerDiesInSetKeyEventQueue(ChildChecks&) {
 
 void TriggerDiesBeforeTheDeathLinkAndComesBack(ChildChecks& c) {
     sp<FakeTrigger> next = new FakeTrigger;
-    RegisterManager(new TriggerDyingAt(TriggerDyingAt::kAfterSetKeyEventQueue,
-                                       [&] { RegisterManager(next); }));
+    RegisterManager(
+        new TriggerDyingAt(TriggerDyingAt::kAfterSetKeyEventQueue, [&] { RegisterManager(next); }));
     KeyCallback keys;
     Trigger trigger;
     orvex::hostlog::ScopedCapture log;
@@ -689,25 +690,24 @@ void TriggerDiesAfterRelease(ChildChecks& c) {
 }
 
 void TriggerDiesDuringRelease(ChildChecks& c) {
-    RegisterManager(new TriggerDyingAt(TriggerDyingAt::kAfterRelease));
+    orvex::hostlog::ScopedCapture log;
+    // The service dies inside releaseTrigger and keeps the release waiting until its death
+    // notice is being delivered: a notice that starts after the release dropped the recipient
+    // is not delivered at all, which is the uneventful case.
+    RegisterManager(new TriggerDyingAt(TriggerDyingAt::kAfterRelease, [&] {
+        WaitForLine(log, Info("ISS [HW Trigger] DCHWManager Died"));
+    }));
     KeyCallback keys;
     Trigger trigger;
-    orvex::hostlog::ScopedCapture log;
     c.True("Initialize", trigger.Initialize(&keys));
     c.True("AcquireHWTrigger", trigger.AcquireHWTrigger());
-    // The notice is posted while the release holds the lock, and runs once it is done: it
-    // finds the connection released and leaves it so.
     c.True("ReleaseHWTrigger", trigger.ReleaseHWTrigger());
-    c.True("the notice came", WaitForLine(log, Info("ISS [HW Trigger] DCHWManager Died")));
-    // Not a timed assertion: the notice's handling is given the time to fail, if it would.
+    c.Eq("notices", CountLines(log, "ISS [HW Trigger] DCHWManager Died"), 1u);
+    // The notice's handling ran, or runs, once the release let go of the lock: it finds the
+    // connection released and leaves it so. Not a timed assertion: the time only lets a
+    // handling that would touch the released queue do so before the process ends.
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     c.Eq("death handling", CountLines(log, "ISS [HW Trigger] Wake Up"), 0u);
-    sp<FakeTrigger> next = new FakeTrigger;
-    RegisterManager(next);
-    c.True("Initialize again", trigger.Initialize(&keys));
-    c.True("AcquireHWTrigger again", trigger.AcquireHWTrigger());
-    c.True("keys flow from the new instance", KeysFlow(next, keys, 5));
-    c.True("ReleaseHWTrigger again", trigger.ReleaseHWTrigger());
 }
 
 // ---- device information (no camera service) ----
@@ -728,15 +728,18 @@ void DeviceFactsWithEveryServiceDead(ChildChecks& c) {
     std::thread reader([&] {
         DeviceInfo* info = odk::DeviceInfoBuilder::GetDeviceInfoInstance();
         SupportedScannerInfo* scanners = odk::DeviceInfoBuilder::GetSupportedScannerInfoInstance();
-        std::vector<std::string> out = {
-            info->GetPlatformName(),      info->GetProductName(),
-            info->GetProductModel(),      info->GetProductSKU(),
-            info->GetManufacturerName(),  info->GetAndroidVersion(),
-            info->GetABI(),               info->GetDeviceDecryptionStatus(),
-            std::to_string(info->GetScannerBeepVolume()),
-            std::to_string(info->GetScannerAudioAPI()),
-            std::to_string(info->GetScanner()),
-            std::to_string(info->GetImagerInterfaceType())};
+        std::vector<std::string> out = {info->GetPlatformName(),
+                                        info->GetProductName(),
+                                        info->GetProductModel(),
+                                        info->GetProductSKU(),
+                                        info->GetManufacturerName(),
+                                        info->GetAndroidVersion(),
+                                        info->GetABI(),
+                                        info->GetDeviceDecryptionStatus(),
+                                        std::to_string(info->GetScannerBeepVolume()),
+                                        std::to_string(info->GetScannerAudioAPI()),
+                                        std::to_string(info->GetScanner()),
+                                        std::to_string(info->GetImagerInterfaceType())};
         for (int i = 0; i < scanners->GetNumberOfSupportedScanners(); ++i) {
             out.push_back(scanners->GetScannerNameAt(i));
         }
@@ -754,9 +757,9 @@ void DeviceFactsWithEveryServiceDead(ChildChecks& c) {
     }
     reader.join();
     c.True("facts of the default device",
-           facts == std::vector<std::string>{"lahaina", "tr52_gms", "TR52", "TR52HC", "Tevrin", "13",
-                                             "arm64-v8a", "trigger_restart_framework", "5", "1",
-                                             "31", "1", "2D Barcode Imager", "Camera Scanner",
+           facts == std::vector<std::string>{"lahaina", "tr52_gms", "TR52", "TR52HC", "Tevrin",
+                                             "13", "arm64-v8a", "trigger_restart_framework", "5",
+                                             "1", "31", "1", "2D Barcode Imager", "Camera Scanner",
                                              "Bluetooth Ring Scanner", "Serial Scanner"});
 }
 
@@ -769,9 +772,9 @@ void DeviceBeepVolumeWithTheAudioServiceDead(ChildChecks& c) {
     service->ClearCalls();
     c.True("PrepareFeedbackForTrigger", beep.PrepareFeedbackForTrigger());
     // The device's own beep volume (5) stands; the audio service is not asked.
-    c.True("volume 5", service->Calls() == std::vector<FakeHardwareBeep::Call>{
-                                               FakeHardwareBeep::SetBeepConfig(12, 30, 5, 15000,
-                                                                               15000)});
+    c.True("volume 5",
+           service->Calls() == std::vector<FakeHardwareBeep::Call>{
+                                   FakeHardwareBeep::SetBeepConfig(12, 30, 5, 15000, 15000)});
     c.Eq("audio transactions", audio->Transactions().size(), 0u);
 }
 
@@ -836,8 +839,8 @@ const Row kRows[] = {
      HapticInitializeAfterTheManagerCameBack},
     {"IExternalHapticFeedack_InitializeAfterTheManagerDiedForGood", Outcome::kFalse,
      HapticInitializeAfterTheManagerDiedForGood},
-    {"IExternalHapticFeedack_ManagerDiesHandingOutThePluggableInterface",
-     Outcome::kProcessEnds, HapticManagerDiesHandingOutThePluggableInterface},
+    {"IExternalHapticFeedack_ManagerDiesHandingOutThePluggableInterface", Outcome::kProcessEnds,
+     HapticManagerDiesHandingOutThePluggableInterface},
     {"IExternalHapticFeedack_PrepareAfterDeath", Outcome::kProcessEnds, HapticPrepareAfterDeath},
     {"IExternalHapticFeedack_TriggerAfterDeathWithAVibrator", Outcome::kProcessEnds,
      HapticTriggerAfterDeathWithAVibrator},

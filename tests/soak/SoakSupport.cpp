@@ -5,23 +5,6 @@
 
 #include "orvex/log_capture.h"
 
-#if defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define SOAK_SLOWDOWN 10
-#elif __has_feature(address_sanitizer)
-#define SOAK_SLOWDOWN 3
-#endif
-#endif
-#if !defined(SOAK_SLOWDOWN) && defined(__SANITIZE_THREAD__)
-#define SOAK_SLOWDOWN 10
-#endif
-#if !defined(SOAK_SLOWDOWN) && defined(__SANITIZE_ADDRESS__)
-#define SOAK_SLOWDOWN 3
-#endif
-#if !defined(SOAK_SLOWDOWN)
-#define SOAK_SLOWDOWN 1
-#endif
-
 namespace soak {
 
 namespace {
@@ -40,11 +23,6 @@ size_t CountEntries(const char* dir) {
 // opendir holds a descriptor of its own while it reads /proc/self/fd.
 size_t ThreadCount() { return CountEntries("/proc/self/task"); }
 size_t DescriptorCount() { return CountEntries("/proc/self/fd") - 1; }
-
-size_t Rounds(size_t full, size_t minimum) {
-    size_t rounds = full / SOAK_SLOWDOWN;
-    return rounds < minimum ? minimum : rounds;
-}
 
 QuietLog::QuietLog() {
     const char* sink = getenv("ORVEX_LOG");

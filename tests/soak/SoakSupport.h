@@ -11,11 +11,6 @@ namespace soak {
 size_t ThreadCount();
 size_t DescriptorCount();
 
-// How many rounds a soak runs: `full` in a plain build, `full` / divisor under a sanitizer that
-// slows the process down that much (ASan about 3x, TSan about 10x on these loops), so that the
-// suite keeps to its time in CI. Never less than `minimum`.
-size_t Rounds(size_t full, size_t minimum);
-
 // The log sink while it exists: off, so that thousands of soak lines do not flood ctest's
 // output (an in-process capture still sees every record). Restores the sink afterwards.
 class QuietLog {
