@@ -20,6 +20,13 @@ const std::string& Setup();
 
 // Writes the input to a device path under the root.
 void WriteDeviceFile(const std::string& devicePath, const uint8_t* data, size_t size);
+void WriteDeviceFile(const std::string& devicePath, const std::string& text);
+
+// For LLVMFuzzerInitialize of targets whose code puts the process name into a fixed-size path
+// (the resolver's per-user directory): a binary started by a long path re-executes itself under
+// `shortName`, so that inputs are not all refused for the caller's path. Returns only when the
+// name is short already.
+void UseShortProcessName(char** argv, const char* shortName);
 
 }  // namespace fuzz
 }  // namespace orvex

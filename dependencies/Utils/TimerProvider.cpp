@@ -70,6 +70,31 @@ void SendMessage(uint32_t kind, TimerProvider* timer) {
     }
 }
 
+// A timer's wait lock, shared between the timer and the callers inside one of its requests. The
+// timer thread may destroy a timer as soon as it has signalled the request (a callback's
+// DestroyTimer, right after an expiry), while the woken caller is still re-taking and releasing
+// the lock's mutex; the last holder, not the timer, frees it.
+struct SharedWaitLock : WaitLock {
+    std::atomic<int> holders{1};  // the timer, and each caller between its request and Wait's end
+};
+
+// Taken before a request goes out, so that nothing of the timer is touched once it is sent.
+WaitLock* HoldWaitLock(WaitLock* lock) {
+    static_cast<SharedWaitLock*>(lock)->holders.fetch_add(1, std::memory_order_relaxed);
+    return lock;
+}
+
+void DropWaitLock(WaitLock* lock) {
+    auto* shared = static_cast<SharedWaitLock*>(lock);
+    if (shared->holders.fetch_sub(1, std::memory_order_acq_rel) == 1) delete shared;
+}
+
+// Waits for the timer thread's signal on a held lock, then lets go of it.
+void WaitAndDrop(WaitLock* lock) {
+    lock->Wait();
+    DropWaitLock(lock);
+}
+
 bool IsRegistered(TimerProvider* timer) {
     return TimerProvider::set_Containers->find(timer) != TimerProvider::set_Containers->end();
 }
@@ -92,7 +117,7 @@ TimerProvider::TimerProvider(int intervalMs, void (*callback)(TimerProvider*))
       n_IntervalMs(intervalMs),
       fd_TimerFD(-1),
       ts_TimerSpec(),
-      p_WaitLock(new WaitLock),
+      p_WaitLock(new SharedWaitLock),
       p_Container(nullptr),
       b_Started(false),
       b_DestroyPending(false) {}
@@ -104,7 +129,7 @@ TimerProvider::~TimerProvider() {
     n_IntervalMs = 0;
     if (fd_TimerFD != -1) close(fd_TimerFD);
     fd_TimerFD = -1;
-    delete p_WaitLock;
+    DropWaitLock(p_WaitLock);
     p_WaitLock = nullptr;
 }
 
@@ -202,20 +227,24 @@ TimerProvider* TimerProvider::CreateNewTimer(int intervalMs, void (*callback)(Ti
     TimerProvider* timer = new TimerProvider(intervalMs, callback);
     timer->p_Context = context;
     timer->p_Container = new TimerProvider*(timer);
+    WaitLock* done = HoldWaitLock(timer->p_WaitLock);
     SendMessage(kCreateTimer, timer);
-    timer->p_WaitLock->Wait();
+    WaitAndDrop(done);
     return timer;
 }
 
 void TimerProvider::Start() {
+    // Once the request is out, this timer may be destroyed by the time the wait returns.
+    WaitLock* done = HoldWaitLock(p_WaitLock);
     SendMessage(kStartTimer, this);
-    p_WaitLock->Wait();
+    WaitAndDrop(done);
 }
 
 void TimerProvider::Stop() {
     if (!b_Started) return;
+    WaitLock* done = HoldWaitLock(p_WaitLock);
     SendMessage(kStopTimer, this);
-    p_WaitLock->Wait();
+    WaitAndDrop(done);
 }
 
 bool TimerProvider::IsStarted() { return b_Started; }

@@ -95,7 +95,8 @@ class PLATFORM_EXPORT TimerProvider {
     int n_IntervalMs;
     int fd_TimerFD;  // -1 while none is open
     struct itimerspec ts_TimerSpec;
-    WaitLock* p_WaitLock;  // owned
+    // Owned, shared with the callers inside a request: freed by the last of them to let go.
+    WaitLock* p_WaitLock;
     // A heap cell holding this timer's address while it is idle, and null while an expiry is
     // being delivered.
     TimerProvider** p_Container;

@@ -7,6 +7,7 @@
 #include <sys/system_properties.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <mutex>
 
 #include "FixedFormat.h"
@@ -224,11 +225,34 @@ void FillDependencyTable() {
     doc.Clear();
 }
 
+// The table is filled by the first resolution of the process. A flag and a lock rather than
+// std::call_once, so that a host build can forget the table (ForgetConfigDependencies) and a
+// fill that an assertion hook unwound is simply made again.
+std::mutex g_fillLock;
+std::atomic<bool> g_filled{false};
+
+void FillOnce() {
+    if (g_filled.load(std::memory_order_acquire)) return;
+    std::lock_guard<std::mutex> lock(g_fillLock);
+    if (g_filled.load(std::memory_order_relaxed)) return;
+    FillDependencyTable();
+    g_filled.store(true, std::memory_order_release);
+}
+
 }  // namespace
 
+#if !defined(__BIONIC__)
+void platform::host::ForgetConfigDependencies() {
+    std::lock_guard<std::mutex> lock(g_fillLock);
+    for (auto& entry : ConfigInfoState::DependencyTable) free(entry.second);
+    ConfigInfoState::DependencyTable.clear();
+    ConfigInfoState::ExternalDependencies.Clear();
+    g_filled.store(false, std::memory_order_release);
+}
+#endif
+
 std::string ConfigInfo::ResolveConfigDependency(const char* name) {
-    static std::once_flag filled;
-    std::call_once(filled, FillDependencyTable);
+    FillOnce();
     if (name == nullptr) return "";
     const auto& table = ConfigInfoState::DependencyTable;
     auto it = table.find(name);

@@ -44,3 +44,17 @@ class PLATFORM_EXPORT ConfigInfo {
     // The value of the system property `name`, or "" when it does not exist. Any thread.
     static std::string QueryProperty(const char* name);
 };
+
+#if !defined(__BIONIC__)
+namespace platform {
+namespace host {
+
+// Host builds only: forgets the dependency table, so that the next ResolveConfigDependency
+// reads the external-dependencies file again exactly as a process's first call does. For the
+// fuzzer, which feeds one file per input; the library never calls it. No resolution may run
+// concurrently, and texts returned before stay valid (they are copies).
+void ForgetConfigDependencies();
+
+}  // namespace host
+}  // namespace platform
+#endif

@@ -22,11 +22,12 @@ void HIDLDeathNotifier::DeathNotifier::serviceDied(
     function();
 }
 
-void HIDLDeathNotifier::regForDeathNotifier(const sp<android::hidl::base::V1_0::IBase>& service,
+bool HIDLDeathNotifier::regForDeathNotifier(const sp<android::hidl::base::V1_0::IBase>& service,
                                             std::function<void()> onDeath) {
     android::hardware::configureRpcThreadpool(2, false);
     m_DeathNotifier->SetFunction(std::move(onDeath));
-    service->linkToDeath(m_DeathNotifier, 0).isOk();
+    android::hardware::Return<bool> linked = service->linkToDeath(m_DeathNotifier, 0);
+    return linked.isOk() && linked;
 }
 
 sp<IDCHWManager> TriggerHal::sp_IDCHWManager;
@@ -70,6 +71,14 @@ HWTrigger<T>::HWTrigger()
 template <AndroidVersion T>
 HWTrigger<T>::~HWTrigger() {
     sp_Trigger = nullptr;
+    // A joined (or never started) reader no longer uses the event flag, nor a queue that a
+    // failed configuration left behind. With a reader still running the caller skipped
+    // ReleaseHWTrigger, and both are left to it.
+    if (m_iThreadResult != 0) {
+        if (m_pEventFlag != nullptr) EventFlag::deleteEventFlag(&m_pEventFlag);
+        delete m_pKeyEventQueue;
+        m_pKeyEventQueue = nullptr;
+    }
 }
 
 template <AndroidVersion T>
@@ -104,6 +113,9 @@ bool HWTrigger<T>::AcquireHWTrigger() {
         m_trigHalLock.unlock();
         return false;
     }
+    // Once the reader is joined, nobody reads a queue that a failed configuration kept: it is
+    // replaced rather than leaked.
+    if (m_iThreadResult != 0) delete m_pKeyEventQueue;
     m_pKeyEventQueue = new (std::nothrow) KeyEventQueue(kNumElementsInQueue, true);
     bool configured = sp_Trigger->setKeyEventQueue(*m_pKeyEventQueue->getDesc());
     if (!configured && !m_pKeyEventQueue->isValid()) {
@@ -111,14 +123,24 @@ bool HWTrigger<T>::AcquireHWTrigger() {
         m_trigHalLock.unlock();
         return false;
     }
+    // The flag of the previous connection stays until here (the death handling tests for it);
+    // its reader is joined by now, so it is freed instead of leaking one per reconnection.
+    if (m_pEventFlag != nullptr && m_iThreadResult != 0) EventFlag::deleteEventFlag(&m_pEventFlag);
     EventFlag::createEventFlag(m_pKeyEventQueue->getEventFlagWord(), &m_pEventFlag);
     m_bRunning.store(true, std::memory_order_relaxed);
     m_iThreadResult = pthread_create(&m_ReaderThread, nullptr, ThreadProcWrapper, this);
-    m_pDeathNotifier->regForDeathNotifier(sp_Trigger, [this]() {
+    const bool linked = m_pDeathNotifier->regForDeathNotifier(sp_Trigger, [this]() {
         SF_LOGI("ISS [HW Trigger] DCHWManager Died");
         handlDCHWManagerDeath();
     });
     m_trigHalLock.unlock();
+    if (!linked) {
+        // The service died after handing out the queue and before the link: no notice will
+        // ever come for that death, and without one the reader would wait forever on a dead
+        // queue. Handled here exactly as the notice would have handled it.
+        SF_LOGI("ISS [HW Trigger] DCHWManager Died");
+        return handlDCHWManagerDeath();
+    }
     return true;
 }
 
@@ -197,6 +219,13 @@ bool HWTrigger<T>::handlDCHWManagerDeath() {
     if (m_pEventFlag == nullptr) {
         // Deliberately returns with the lock held.
         return true;
+    }
+    if (m_pKeyEventQueue == nullptr) {
+        // Released while this notice was on its way (a release unlinks, but cannot recall a
+        // notice already posted): the flag's word went with the queue, and there is nothing
+        // left to stop or to connect again.
+        m_trigHalLock.unlock();
+        return false;
     }
     SF_LOGI("ISS [HW Trigger] Wake Up");
     m_bRunning.store(false, std::memory_order_relaxed);

@@ -41,8 +41,10 @@ class HIDLDeathNotifier {
     HIDLDeathNotifier() : m_DeathNotifier(new DeathNotifier) {}
 
     // Configures the HIDL thread pool (two threads, the caller does not join), takes `onDeath`
-    // and links the notifier to `service`'s death with cookie 0.
-    void regForDeathNotifier(const android::sp<android::hidl::base::V1_0::IBase>& service,
+    // and links the notifier to `service`'s death with cookie 0. False when the link was
+    // refused, which for a live service never happens: the service is already dead, and
+    // `onDeath` will not be called for it.
+    bool regForDeathNotifier(const android::sp<android::hidl::base::V1_0::IBase>& service,
                              std::function<void()> onDeath);
 
     const android::sp<DeathNotifier>& notifier() const { return m_DeathNotifier; }
