@@ -2,7 +2,9 @@
 // declared here, from the documented operation orders, without any of the project's headers.
 // Every module is obtained through the exported functions and every operation is called
 // through the table of virtual functions, against the simulated device (started through the
-// simulator's C entry points). Prints one line per mismatch; exits 0 when there is none.
+// simulator's C entry points). Prints one line per mismatch; exits 0 when there is none. The
+// callback interfaces carry the names callers give them, as the library's dynamic type checks
+// (and a sanitizer's) see those names.
 
 #include <dlfcn.h>
 #include <stdint.h>
@@ -85,16 +87,16 @@ public:
     virtual odk::List<odk::ITriggerInfo*>* GetTriggerInfo() = 0;
 };
 
-class IKeyEvents {
+class ITriggerKeyEventWrapperCallBack {
 public:
-    virtual ~IKeyEvents() {}
+    virtual ~ITriggerKeyEventWrapperCallBack() {}
     virtual void OnKeyEvent(unsigned int, unsigned int) = 0;
     virtual void OnPreKeyEvent(unsigned int, unsigned int) = 0;
 };
 
 class IHWTrigger : public INamed {
 public:
-    virtual bool Initialize(IKeyEvents*) = 0;
+    virtual bool Initialize(ITriggerKeyEventWrapperCallBack*) = 0;
     virtual bool AcquireHWTrigger() = 0;
     virtual bool ReleaseHWTrigger() = 0;
     virtual bool StartTrigger() = 0;
@@ -104,9 +106,9 @@ public:
     virtual bool ResetPressedTrigger() = 0;
 };
 
-class ISerialData {
+class ISerialDataCallBack {
 public:
-    virtual ~ISerialData() {}
+    virtual ~ISerialDataCallBack() {}
     virtual void OnSerialDataReceived(const uint8_t*, size_t) = 0;
 };
 
@@ -114,7 +116,7 @@ enum TransportIOControlCodes : int32_t {};
 
 class ISerialPort : public INamed {
 public:
-    virtual bool Initialize(ISerialData*) = 0;
+    virtual bool Initialize(ISerialDataCallBack*) = 0;
     virtual bool AcquireSerialInterface() = 0;
     virtual bool ReleaseSerialInterface() = 0;
     virtual int StartTransport(std::string, int, bool) = 0;
@@ -130,9 +132,9 @@ public:
     virtual std::string FWReadPort() = 0;
 };
 
-class IPlugableCallback {
+class IPlugableHALCallBack {
 public:
-    virtual ~IPlugableCallback() {}
+    virtual ~IPlugableHALCallBack() {}
     virtual void OnPlugableDeviceChanged(bool, const std::string&, int) = 0;
 };
 
@@ -142,7 +144,7 @@ class IPlugable : public INamed {
 public:
     virtual bool AcquirePlugableDeviceNotifier() = 0;
     virtual bool ReleasePlugableDeviceNotifier() = 0;
-    virtual bool InitializeSSI(IPlugableCallback*, ScannerType) = 0;
+    virtual bool InitializeSSI(IPlugableHALCallBack*, ScannerType) = 0;
     virtual std::string GetPortName() = 0;
 };
 
@@ -205,7 +207,7 @@ struct Library {
     void (*destroy)(IPlatformModule*);
 };
 
-class Keys : public IKeyEvents {
+class Keys : public ITriggerKeyEventWrapperCallBack {
 public:
     void OnKeyEvent(unsigned int a, unsigned int b) override {
         last = (a << 8) | b;
@@ -304,12 +306,12 @@ void Triggers(const Library& lib, void* device, int (*press)(void*, unsigned, un
     lib.destroy(trigger);
 }
 
-class SerialData : public ISerialData {
+class SerialData : public ISerialDataCallBack {
 public:
     void OnSerialDataReceived(const uint8_t*, size_t) override {}
 };
 
-class Plugs : public IPlugableCallback {
+class Plugs : public IPlugableHALCallBack {
 public:
     void OnPlugableDeviceChanged(bool, const std::string&, int) override {}
 };
