@@ -108,16 +108,16 @@ std::string HumanRecord(int priority, const char* tag, const char* message) {
 }
 
 void OpenSinkLocked(Sink& sink) {
-    const char* spec = getenv("ORVEX_LOG");
-    if (spec == nullptr || *spec == '\0' || strcmp(spec, "stderr") == 0) {
+    const char* destination = getenv("ORVEX_LOG");
+    if (destination == nullptr || *destination == '\0' || strcmp(destination, "stderr") == 0) {
         sink.kind = SinkKind::kStderr;
-    } else if (strcmp(spec, "off") == 0) {
+    } else if (strcmp(destination, "off") == 0) {
         sink.kind = SinkKind::kOff;
     } else {
-        sink.fd = open(spec, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+        sink.fd = open(destination, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
         if (sink.fd < 0) {
             fprintf(stderr, "orvex host log: cannot open ORVEX_LOG file %s: %s; using stderr\n",
-                    spec, strerror(errno));
+                    destination, strerror(errno));
             sink.kind = SinkKind::kStderr;
         } else {
             sink.kind = SinkKind::kFile;
