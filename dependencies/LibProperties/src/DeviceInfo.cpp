@@ -110,82 +110,51 @@ bool DeviceInfo::LoadPlatformHWInfoRetrieverModule() {
     return false;
 }
 
-std::string DeviceInfo::GetPlatformName() {
-    if (m_PlatformName.empty()) {
-        m_PlatformName = ConfigInfo::ResolveConfigDependency(Constants::PLATFORM_STRING);
-        if (m_PlatformName.empty()) {
-            platform::AssertFramework(kSourcePath, 118, "GetPlatformName Failed");
-        }
-        SF_LOGD("[DeviceInfo::GetPlatformName] Platform Name %s", m_PlatformName.c_str());
+// Every property fact is read once through the resolver and cached; an empty answer means the
+// device cannot run the scanning stack, and each getter reports it at its own line.
+const std::string& DeviceInfo::ReadFact(std::string& cache, const char* name, int line,
+                                        const char* failure, const char* label) {
+    if (cache.empty()) {
+        cache = ConfigInfo::ResolveConfigDependency(name);
+        if (cache.empty()) platform::AssertFramework(kSourcePath, line, failure);
+        SF_LOGD("%s%s", label, cache.c_str());
     }
-    return m_PlatformName;
+    return cache;
+}
+
+std::string DeviceInfo::GetPlatformName() {
+    return ReadFact(m_PlatformName, Constants::PLATFORM_STRING, 118, "GetPlatformName Failed",
+                    "[DeviceInfo::GetPlatformName] Platform Name ");
 }
 
 std::string DeviceInfo::GetProductName() {
-    if (m_ProductName.empty()) {
-        m_ProductName = ConfigInfo::ResolveConfigDependency(Constants::PRODUCT_STRING);
-        if (m_ProductName.empty()) {
-            platform::AssertFramework(kSourcePath, 129, "GetProductName Failed");
-        }
-        SF_LOGD("[DeviceInfo::GetProductName] Product Name %s", m_ProductName.c_str());
-    }
-    return m_ProductName;
+    return ReadFact(m_ProductName, Constants::PRODUCT_STRING, 129, "GetProductName Failed",
+                    "[DeviceInfo::GetProductName] Product Name ");
 }
 
 std::string DeviceInfo::GetProductModel() {
-    if (m_ProductModel.empty()) {
-        m_ProductModel = ConfigInfo::ResolveConfigDependency(Constants::MODEL_STRING);
-        if (m_ProductModel.empty()) {
-            platform::AssertFramework(kSourcePath, 140, "GetProductModel Failed");
-        }
-        SF_LOGD("[DeviceInfo::GetProductModel] ProductModel Name %s", m_ProductModel.c_str());
-    }
-    return m_ProductModel;
+    return ReadFact(m_ProductModel, Constants::MODEL_STRING, 140, "GetProductModel Failed",
+                    "[DeviceInfo::GetProductModel] ProductModel Name ");
 }
 
 std::string DeviceInfo::GetProductSKU() {
-    if (m_ProductSKU.empty()) {
-        m_ProductSKU = ConfigInfo::ResolveConfigDependency(Constants::SKU_STRING);
-        if (m_ProductSKU.empty()) {
-            platform::AssertFramework(kSourcePath, 151, "GetProductSKU Failed");
-        }
-        SF_LOGD("[DeviceInfo::GetProductSKU] ProductSKU Name %s", m_ProductSKU.c_str());
-    }
-    return m_ProductSKU;
+    return ReadFact(m_ProductSKU, Constants::SKU_STRING, 151, "GetProductSKU Failed",
+                    "[DeviceInfo::GetProductSKU] ProductSKU Name ");
 }
 
 std::string DeviceInfo::GetManufacturerName() {
-    if (m_ManufacturerName.empty()) {
-        m_ManufacturerName = ConfigInfo::ResolveConfigDependency(Constants::MANUFACTURER_STRING);
-        if (m_ManufacturerName.empty()) {
-            platform::AssertFramework(kSourcePath, 162, "GetManufacturerName Failed");
-        }
-        SF_LOGD("[DeviceInfo::GetManufacturerName] Manufacturer Name %s",
-                m_ManufacturerName.c_str());
-    }
-    return m_ManufacturerName;
+    return ReadFact(m_ManufacturerName, Constants::MANUFACTURER_STRING, 162,
+                    "GetManufacturerName Failed",
+                    "[DeviceInfo::GetManufacturerName] Manufacturer Name ");
 }
 
 std::string DeviceInfo::GetAndroidVersion() {
-    if (m_AndroidVersion.empty()) {
-        m_AndroidVersion = ConfigInfo::ResolveConfigDependency(Constants::RELEASE_STRING);
-        if (m_AndroidVersion.empty()) {
-            platform::AssertFramework(kSourcePath, 173, "GetAndroidVersion Failed");
-        }
-        SF_LOGD("[DeviceInfo::GetAndroidVersion] Android Version %s", m_AndroidVersion.c_str());
-    }
-    return m_AndroidVersion;
+    return ReadFact(m_AndroidVersion, Constants::RELEASE_STRING, 173, "GetAndroidVersion Failed",
+                    "[DeviceInfo::GetAndroidVersion] Android Version ");
 }
 
 std::string DeviceInfo::GetABI() {
-    if (m_ABI.empty()) {
-        m_ABI = ConfigInfo::ResolveConfigDependency(Constants::ABI_STRING);
-        if (m_ABI.empty()) {
-            platform::AssertFramework(kSourcePath, 184, "GetABI Failed");
-        }
-        SF_LOGD("[DeviceInfo::GetABI] ABI %s", m_ABI.c_str());
-    }
-    return m_ABI;
+    return ReadFact(m_ABI, Constants::ABI_STRING, 184, "GetABI Failed", "[DeviceInfo::GetABI] ABI ");
 }
 
 std::string DeviceInfo::GetDeviceDecryptionStatus() {

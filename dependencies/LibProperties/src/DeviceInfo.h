@@ -56,6 +56,8 @@ private:
     typedef IPlatformModule* (*GetAbstractedPlatformModuleFunc)(PlatformModuleTag tag);
 
     bool LoadPlatformHWInfoRetrieverModule();
+    const std::string& ReadFact(std::string& cache, const char* name, int line,
+                                const char* failure, const char* label);
     bool IsRearCameraAvaialableCheckUsingNDK(ACameraManager* manager);
     bool IsFrontCameraAvaialableCheckUsingNDK(ACameraManager* manager);
     bool IsRearCameraAvaialableCheckUsingProperty(const char* property);
