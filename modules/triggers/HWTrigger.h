@@ -19,6 +19,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <mutex>
 
 #include "ComponentIndex.h"
@@ -69,7 +70,9 @@ template <AndroidVersion T>
 class HWTrigger : public IHWTriggerModule {
   public:
     HWTrigger();
-    // Drops the interface reference only: ReleaseHWTrigger must come first.
+    // Drops the interface reference only: ReleaseHWTrigger must come first. It also waits for
+    // a death notice that is being delivered to this module and turns away any later one, so
+    // that a module deleted right after its release is never touched by a late notice.
     ~HWTrigger() override;
 
     bool IsSupported() override;
@@ -108,6 +111,14 @@ class HWTrigger : public IHWTriggerModule {
     using KeyEventQueue =
         android::hardware::MessageQueue<uint32_t, android::hardware::kSynchronizedReadWrite>;
 
+    // Lets a death notice reach the module only while it exists. The notifier's function
+    // holds the gate (not the module), and the destructor shuts it under its lock, which a
+    // notice holds for the whole of its handling.
+    struct DeathGate {
+        std::mutex lock;
+        bool open = true;  // GUARDED_BY(lock)
+    };
+
     static void* ThreadProcWrapper(void* self);
     void ThreadProc();
 
@@ -121,6 +132,7 @@ class HWTrigger : public IHWTriggerModule {
     ITriggerKeyEventWrapperCallBack* m_pKeyEventCallback;
     android::hardware::EventFlag* m_pEventFlag;
     HIDLDeathNotifier* m_pDeathNotifier;
+    const std::shared_ptr<DeathGate> m_pDeathGate;
 
     static std::mutex m_trigHalLock;
 };

@@ -710,6 +710,28 @@ void TriggerDiesDuringRelease(ChildChecks& c) {
     c.Eq("death handling", CountLines(log, "ISS [HW Trigger] Wake Up"), 0u);
 }
 
+void TriggerDeletedRightAfterReleaseWhileTheNoticeRuns(ChildChecks& c) {
+    orvex::hostlog::ScopedCapture log;
+    // As above, and the caller deletes the module as soon as the release returns, while the
+    // notice's handling still waits for the lock the release held: the handling must not touch
+    // the deleted module (the address sanitizer build catches a touch).
+    RegisterManager(new TriggerDyingAt(TriggerDyingAt::kAfterRelease, [&] {
+        WaitForLine(log, Info("ISS [HW Trigger] DCHWManager Died"));
+    }));
+    KeyCallback keys;
+    auto* trigger = new Trigger;
+    c.True("Initialize", trigger->Initialize(&keys));
+    c.True("AcquireHWTrigger", trigger->AcquireHWTrigger());
+    const bool released = trigger->ReleaseHWTrigger();
+    delete trigger;
+    c.True("ReleaseHWTrigger", released);
+    // Not a timed assertion: the time only lets a handling that would touch the deleted module
+    // do so before the process ends.
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    c.Eq("notices", CountLines(log, "ISS [HW Trigger] DCHWManager Died"), 1u);
+    c.Eq("death handling", CountLines(log, "ISS [HW Trigger] Wake Up"), 0u);
+}
+
 // ---- device information (no camera service) ----
 
 void DeviceFactsWithEveryServiceDead(ChildChecks& c) {
@@ -870,6 +892,8 @@ const Row kRows[] = {
      TriggerDiesWhileConnectedForGood},
     {"HWTrigger_DiesAfterRelease", Outcome::kReconnects, TriggerDiesAfterRelease},
     {"HWTrigger_DiesDuringRelease", Outcome::kFixedResult, TriggerDiesDuringRelease},
+    {"HWTrigger_DeletedRightAfterReleaseWhileTheNoticeRuns", Outcome::kFixedResult,
+     TriggerDeletedRightAfterReleaseWhileTheNoticeRuns},
     {"DeviceInfo_FactsWithEveryServiceDead", Outcome::kFixedResult,
      DeviceFactsWithEveryServiceDead},
     {"DeviceInfo_BeepVolumeWithTheAudioServiceDead", Outcome::kFixedResult,
