@@ -1,13 +1,11 @@
 // Every service dying at every point of each module's sequence: a table of module x point, each
 // row run in a fresh process (the connection holders are process statics) and ending in the
 // result the module gives there: a false result, a fixed result, a reconnection, or the end of
-// the process through the HIDL runtime's checked retrieval of a value from a dead service.
-//
-// "Dies" means the service's process dies. "Came back" means a new instance is registered
-// under the same name (as the service manager restarts it); "for good" means the name is no
-// longer declared, so lookups answer null at once. Deaths inside a call are made by fakes that
-// kill their own registration and fail that call with DEAD_OBJECT, as a binder call to a
-// process that dies while serving it fails.
+// the process through the HIDL runtime's checked retrieval of a value from a dead service. This
+// file holds the feedback, trigger and device-information rows and builds the table; the other
+// families' rows are in files of their own (ServiceDeath.h says how a row is made).
+
+#include "ServiceDeath.h"
 
 #include <android/hardware/light/2.0/ILight.h>
 #include <binder/IServiceManager.h>
@@ -47,7 +45,6 @@ namespace {
 using android::sp;
 using android::hardware::Return;
 using android::hardware::Status;
-using feedback_test::ChildChecks;
 using feedback_test::Debug;
 using feedback_test::Entry;
 using feedback_test::Error;
@@ -60,6 +57,17 @@ using orvex::sim::FakeHidlLight;
 using orvex::sim::FakePlugableDeviceNotifier;
 using orvex::sim::FakeTrigger;
 using orvex::sim::HardwareManagerSim;
+using service_death::AwaitTheEnd;
+using service_death::ChildChecks;
+using service_death::CountLines;
+using service_death::DeadObject;
+using service_death::kCheckedRetrieval;
+using service_death::KillManager;
+using service_death::kWait;
+using service_death::Outcome;
+using service_death::OutcomeName;
+using service_death::Row;
+using service_death::WaitForLine;
 namespace dch = vendor::tevrin::hardware::dchwmanager::V1_0;
 
 using Beep = HWBeep<ANDROID_VERSION_10>;
@@ -67,42 +75,7 @@ using Led = LEDNotification<ANDROID_VERSION_10>;
 using Haptic = IExternalHapticFeedack<ANDROID_VERSION_10>;
 using Trigger = HWTrigger<ANDROID_VERSION_10>;
 
-constexpr auto kWait = std::chrono::seconds(30);
-constexpr const char* kCheckedRetrieval =
-    "Attempted to retrieve value from failed HIDL call: Status\\(EX_TRANSACTION_FAILED\\): "
-    "'DEAD_OBJECT";
 constexpr uint32_t kRed = 0xFFFF0000;
-
-template <typename R>
-Return<R> DeadObject() {
-    return Return<R>(Status::fromStatusT(android::DEAD_OBJECT));
-}
-
-void KillManager() { orvex::hidl::KillService(dch::IDCHWManager::descriptor, "default"); }
-
-// Waits (bounded) until the capture holds this line.
-bool WaitForLine(const orvex::hostlog::ScopedCapture& log, const Entry& line) {
-    const auto deadline = std::chrono::steady_clock::now() + kWait;
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (log.Contains(line.priority, line.tag, line.message)) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return false;
-}
-
-// For rows that must end the process from another thread: if that does not happen in time,
-// the row fails.
-void AwaitTheEnd() {
-    std::this_thread::sleep_for(kWait);
-    fputs("the process went on\n", stderr);
-    _exit(1);
-}
-
-size_t CountLines(const orvex::hostlog::ScopedCapture& log, const std::string& message) {
-    size_t n = 0;
-    for (const Entry& e : log.Entries()) n += e.message == message;
-    return n;
-}
 
 // ---- fakes that die at a chosen point ----
 
@@ -780,28 +753,6 @@ void DeviceBeepVolumeWithTheAudioServiceDead(ChildChecks& c) {
 
 // ---- the table ----
 
-enum class Outcome { kFalse, kFixedResult, kReconnects, kProcessEnds };
-
-const char* OutcomeName(Outcome o) {
-    switch (o) {
-        case Outcome::kFalse:
-            return "False";
-        case Outcome::kFixedResult:
-            return "FixedResult";
-        case Outcome::kReconnects:
-            return "Reconnects";
-        case Outcome::kProcessEnds:
-            return "ProcessEnds";
-    }
-    return "";
-}
-
-struct Row {
-    const char* name;  // Module_Point
-    Outcome outcome;
-    void (*run)(ChildChecks&);
-};
-
 const Row kRows[] = {
     {"HWBeep_InitializeAfterTheServiceCameBack", Outcome::kReconnects,
      BeepInitializeAfterTheServiceCameBack},
@@ -876,7 +827,21 @@ const Row kRows[] = {
      DeviceBeepVolumeWithTheAudioServiceDead},
 };
 
+// The whole table: these rows, then the transport and imaging families'.
+std::vector<Row> AllRows() {
+    std::vector<Row> rows(std::begin(kRows), std::end(kRows));
+    for (const Row& row : service_death::TransportRows()) rows.push_back(row);
+    for (const Row& row : service_death::ImagingRows()) rows.push_back(row);
+    return rows;
+}
+
+}  // namespace
+
+namespace service_death {
 void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
+}  // namespace service_death
+
+namespace {
 
 class ServiceDeath : public ::testing::TestWithParam<Row> {};
 
@@ -903,7 +868,7 @@ TEST_P(ServiceDeath, GivesTheModulesResult) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, ServiceDeath, ::testing::ValuesIn(kRows),
+INSTANTIATE_TEST_SUITE_P(Table, ServiceDeath, ::testing::ValuesIn(AllRows()),
                          [](const ::testing::TestParamInfo<Row>& info) {
                              return std::string(info.param.name) + "_" +
                                     OutcomeName(info.param.outcome);
