@@ -110,6 +110,35 @@ class Frames : public IImageCallback {
     bool mPatterned = true;
 };
 
+// A caller that is handed a frame by a service that dies while the caller still reads it.
+class FramesOutlivingTheService : public IImageCallback {
+  public:
+    bool OnReceiveFrame(void* frame) override {
+        std::lock_guard<std::mutex> lock(mLock);
+        if (mCount++ > 0) return true;
+        KillManager();
+        const auto* bytes = static_cast<const uint8_t*>(frame);
+        for (size_t i = 0; i < kFrameBytes; ++i) {
+            mIntact = mIntact && bytes[i] == FakeImagerAdapter::PatternByte(bytes[0], i);
+        }
+        return true;
+    }
+    uint64_t Count() {
+        std::lock_guard<std::mutex> lock(mLock);
+        return mCount;
+    }
+    bool Intact() {
+        std::lock_guard<std::mutex> lock(mLock);
+        return mIntact;
+    }
+
+  private:
+    static constexpr size_t kFrameBytes = 64 * 8;  // kSize, 8 bits per pixel
+    std::mutex mLock;
+    uint64_t mCount = 0;
+    bool mIntact = true;
+};
+
 // Initializes, enables and starts the adapter, and waits (bounded) for a first frame.
 bool StreamTo(V4L2ImagerAdapterHIDLProxy* adapter, Frames& frames,
               const sp<FakeImagerAdapter>& service) {
@@ -473,6 +502,28 @@ void AdapterRecreatedAfterTheManagerCameBack(ChildChecks& c) {
     module.deInit();
 }
 
+void FrameOutlivesTheServiceThatSentIt(ChildChecks& c) {
+    SimImager device;
+    Imager module;
+    FramesOutlivingTheService frames;
+    V4L2ImagerAdapterHIDLProxy* adapter = module.getImagerAdapterHIDLProxy();
+    ScopedCapture log;
+    c.Eq("InitAdapter", adapter->InitAdapter("V4L2Adapter", kSize), 0);
+    c.Eq("Enable", adapter->Enable(&frames), 0);
+    c.Eq("StartStreaming", adapter->StartStreaming(), 0);
+    c.True("a frame was delivered", device.adapter->WaitForFrames(1));
+    // The mapping stays the caller's until it returns, whatever became of the sender; the
+    // dead service sends nothing more.
+    c.True("the frame read after the death is whole", frames.Intact());
+    c.Eq("frames delivered", device.adapter->FramesDelivered(), 1u);
+    c.Eq("frames received", frames.Count(), 1u);
+    c.True("no frame failed",
+           !log.Contains(6, "ScannerFramework",
+                         "[FrameCallback::onFrameAvailable] OnReceiveFrame "
+                         "failed") &&
+               !log.Contains(6, "ScannerFramework", "[FrameCallback::onFrame] mmap failed\n"));
+}
+
 void AdapterStartStreamingAfterTheHeldManagerCameBack(ChildChecks&) {
     SimImager device;
     Imager module;
@@ -578,6 +629,8 @@ std::vector<Row> ImagingRows() {
          AdapterCreatedAfterTheManagerDiedForGood},
         {"V4L2ImagerAdapterHIDLProxy_RecreatedAfterTheManagerCameBack", Outcome::kReconnects,
          AdapterRecreatedAfterTheManagerCameBack},
+        {"FrameCallback_ServiceDiesWhileTheCallerHoldsAFrame", Outcome::kFixedResult,
+         FrameOutlivesTheServiceThatSentIt},
         {"V4L2ImagerAdapterHIDLProxy_StartStreamingAfterTheHeldManagerCameBack",
          Outcome::kProcessEnds, AdapterStartStreamingAfterTheHeldManagerCameBack},
         {"V4L2ImagerAdapterHIDLProxy_RecreatedAfterTheManagerDiedForGood", Outcome::kFixedResult,
