@@ -301,6 +301,37 @@ void SerialAcquireAgainAfterTheHeldManagerDiedForGood(ChildChecks& c) {
     SameCalls(c, "the new manager", s.sim.manager()->calls().Calls(), {"getSerialInterface()"});
 }
 
+void SerialAcquireTransportAfterTheFirmwareManagerCameBack(ChildChecks& c) {
+    TransportSim s;
+    SerialData data;
+    Serial port;
+    c.True("AcquireFWSerialInterface", port.AcquireFWSerialInterface());
+    sp<FakeSerial> old = s.serial;
+    s.sim.Restart();
+    ScopedCapture log;
+    // The two exclude each other only while the manager that serves the firmware port lives.
+    c.True("Initialize", port.Initialize(&data));
+    c.True("AcquireSerialInterface", port.AcquireSerialInterface());
+    c.Eq("StartTransport", port.StartTransport("/dev/ttyHS1", 9600, false), 0);
+    // The firmware port is still counted as held, and still the dead one.
+    c.True("AcquireFWSerialInterface again is false", !port.AcquireFWSerialInterface());
+    c.Eq("FWReadPort", port.FWReadPort(), std::string("Error - Unable to Read Data"));
+    c.Logged(
+        log.WithTag("ScannerFramework"),
+        {Debug("[SerialPort<T>::associateSerial] Acquired ISerial interface."),
+         Debug("[SerialCallback::SerialCallback()] ctor"),
+         Debug("[SerialPort<T>::AcquireSerialInterface] success"),
+         Debug("[SerialPort<T>::StartTransport] StartTransport return 0"),
+         Error("[SerialPort<T>::associateSerialFWUpdate] failed"),
+         Error("[SerialPort<T>::AcquireFWSerialInterface] failed"),
+         Error(
+             "[SerialPort<T>::FWReadPort] Error at HIDL Service (sp_SerialHal instance is NULL)")});
+    SameCalls(
+        c, "the new instance", s.serial->calls().Calls(),
+        {"registerCallback(cb)", "registerCallback(cb)", "openPort(/dev/ttyHS1, 9600, false)"});
+    SameCalls(c, "the dead instance", old->calls().Calls(), {"getSerialFWInterface()"});
+}
+
 void SerialWriteAfterTheHeldManagerCameBack(ChildChecks&) {
     TransportSim s;
     SerialData data;
@@ -771,6 +802,8 @@ std::vector<Row> TransportRows() {
          SerialAcquireAgainAfterTheHeldManagerCameBack},
         {"SerialPort_AcquireAgainAfterTheHeldManagerDiedForGood", Outcome::kFalse,
          SerialAcquireAgainAfterTheHeldManagerDiedForGood},
+        {"SerialPort_AcquireTransportAfterTheFirmwareManagerCameBack", Outcome::kReconnects,
+         SerialAcquireTransportAfterTheFirmwareManagerCameBack},
         {"SerialPort_WriteAfterTheHeldManagerCameBack", Outcome::kProcessEnds,
          SerialWriteAfterTheHeldManagerCameBack},
         {"SerialPort_FWPollAfterTheHeldManagerDiedForGood", Outcome::kProcessEnds,
