@@ -111,6 +111,8 @@ inline void SameCalls(ChildChecks& c, const std::string& what,
     c.True((what + ": got " + join(actual) + ", expected " + join(expected)).c_str(), false);
 }
 
+// The rows of the beep, LED, external haptic and hardware trigger modules and the device facts.
+std::vector<Row> FeedbackRows();
 // The rows of the serial, pluggable-device, battery-swap and camera vendor tag modules.
 std::vector<Row> TransportRows();
 // The rows of the imager module, its control object and the V4L2 adapter with its frames.
