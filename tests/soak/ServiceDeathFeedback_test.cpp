@@ -39,9 +39,7 @@ namespace {
 
 using android::sp;
 using android::hardware::Return;
-using android::hardware::Status;
 using feedback_test::Debug;
-using feedback_test::Entry;
 using feedback_test::Error;
 using feedback_test::Info;
 using orvex::sim::FakeAidlLights;

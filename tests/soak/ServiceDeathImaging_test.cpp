@@ -304,6 +304,13 @@ void ImagerOpenAfterTheHeldManagerCameBack(ChildChecks&) {
     module.openImager();
 }
 
+void ImagerCloseAfterTheHeldManagerDiedForGood(ChildChecks&) {
+    SimImager device;
+    Imager module;
+    device.sim().Remove();
+    module.closeImager();
+}
+
 void ImagerEngineIDAfterTheHeldManagerDiedForGood(ChildChecks& c) {
     SimImager device;
     Imager module;
@@ -536,6 +543,14 @@ void AdapterStartStreamingAfterTheHeldManagerCameBack(ChildChecks&) {
     adapter->StartStreaming();
 }
 
+void AdapterDisableAfterTheHeldManagerDiedForGood(ChildChecks&) {
+    SimImager device;
+    Imager module;
+    V4L2ImagerAdapterHIDLProxy* adapter = module.getImagerAdapterHIDLProxy();
+    device.sim().Remove();
+    adapter->Disable();
+}
+
 void AdapterRecreatedAfterTheManagerDiedForGood(ChildChecks& c) {
     SimImager device;
     Imager module;
@@ -602,6 +617,8 @@ std::vector<Row> ImagingRows() {
          ImagerCreatedAfterTheManagerDiedForGood},
         {"ImagerHIDLProxy_OpenAfterTheHeldManagerCameBack", Outcome::kProcessEnds,
          ImagerOpenAfterTheHeldManagerCameBack},
+        {"ImagerHIDLProxy_CloseAfterTheHeldManagerDiedForGood", Outcome::kProcessEnds,
+         ImagerCloseAfterTheHeldManagerDiedForGood},
         {"ImagerHIDLProxy_EngineIDAfterTheHeldManagerDiedForGood", Outcome::kFixedResult,
          ImagerEngineIDAfterTheHeldManagerDiedForGood},
         {"ImagerHIDLProxy_ControlRequestedAfterTheManagerCameBack", Outcome::kReconnects,
@@ -633,6 +650,8 @@ std::vector<Row> ImagingRows() {
          FrameOutlivesTheServiceThatSentIt},
         {"V4L2ImagerAdapterHIDLProxy_StartStreamingAfterTheHeldManagerCameBack",
          Outcome::kProcessEnds, AdapterStartStreamingAfterTheHeldManagerCameBack},
+        {"V4L2ImagerAdapterHIDLProxy_DisableAfterTheHeldManagerDiedForGood", Outcome::kProcessEnds,
+         AdapterDisableAfterTheHeldManagerDiedForGood},
         {"V4L2ImagerAdapterHIDLProxy_RecreatedAfterTheManagerDiedForGood", Outcome::kFixedResult,
          AdapterRecreatedAfterTheManagerDiedForGood},
         {"V4L2ImagerAdapterHIDLProxy_DiesHandingOutTheAdapter", Outcome::kProcessEnds,

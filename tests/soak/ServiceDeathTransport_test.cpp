@@ -27,7 +27,6 @@ namespace service_death {
 namespace {
 
 using android::sp;
-using android::hardware::hidl_vec;
 using android::hardware::Return;
 using android::hardware::Void;
 using feedback_test::Debug;
@@ -144,15 +143,21 @@ class SerialData : public ISerialDataCallBack {
     std::vector<Bytes> mReceived;
 };
 
-// A serial port whose service dies while it registers the client's callback or hands out the
-// firmware-update port.
+// A serial port whose service dies while it registers the client's callback, opens the port or
+// hands out the firmware-update port.
 class SerialDyingIn : public FakeSerial {
   public:
-    enum Point { kRegisterCallback, kGetFirmware };
+    enum Point { kRegisterCallback, kOpenPort, kGetFirmware };
     explicit SerialDyingIn(Point point) : mPoint(point) {}
 
     Return<uint8_t> registerCallback(const sp<ISerialCallback>& callback) override {
         if (mPoint != kRegisterCallback) return FakeSerial::registerCallback(callback);
+        KillManager();
+        return DeadObject<uint8_t>();
+    }
+    Return<uint8_t> openPort(const android::hardware::hidl_string& portName, int32_t baudRate,
+                             bool flowControl) override {
+        if (mPoint != kOpenPort) return FakeSerial::openPort(portName, baudRate, flowControl);
         KillManager();
         return DeadObject<uint8_t>();
     }
@@ -389,6 +394,15 @@ void SerialDiesInRegisterCallback(ChildChecks&) {
     Serial port;
     port.Initialize(&data);
     port.AcquireSerialInterface();
+}
+
+void SerialDiesInOpenPort(ChildChecks&) {
+    RegisterManager(new SerialDyingIn(SerialDyingIn::kOpenPort), nullptr, nullptr, nullptr);
+    SerialData data;
+    Serial port;
+    port.Initialize(&data);
+    port.AcquireSerialInterface();
+    port.StartTransport("/dev/ttyHS1", 9600, false);
 }
 
 void SerialDiesHandingOutTheFirmwarePort(ChildChecks&) {
@@ -813,6 +827,7 @@ std::vector<Row> TransportRows() {
         {"SerialPort_ManagerDiesHandingOutTheSerialPort", Outcome::kProcessEnds,
          SerialManagerDiesHandingOutTheSerialPort},
         {"SerialPort_DiesInRegisterCallback", Outcome::kProcessEnds, SerialDiesInRegisterCallback},
+        {"SerialPort_DiesInOpenPort", Outcome::kProcessEnds, SerialDiesInOpenPort},
         {"SerialPort_DiesHandingOutTheFirmwarePort", Outcome::kProcessEnds,
          SerialDiesHandingOutTheFirmwarePort},
         {"SerialPort_DiesInFWReadBeforeReplying", Outcome::kFixedResult,
