@@ -14,7 +14,7 @@ namespace hardware {
 namespace dchwmanager {
 namespace implementation {
 
-PlugableNotifierCallback::PlugableNotifierCallback() : m_pPlugableHALCallback(nullptr) {
+PlugableNotifierCallback::PlugableNotifierCallback() {
     SF_LOGD("[PlugableNotifierCallbacki::PlugableNotifierCallback] ctor\n");
 }
 
@@ -23,18 +23,21 @@ PlugableNotifierCallback::~PlugableNotifierCallback() {
 }
 
 bool PlugableNotifierCallback::setPlugableHALCallback(IPlugableHALCallBack* callback) {
-    if (callback == nullptr) return false;
-    m_pPlugableHALCallback = callback;
-    return true;
+    return m_PlugableHALCallback.Set(callback);
 }
+
+void PlugableNotifierCallback::clearPlugableHALCallback() { m_PlugableHALCallback.Close(); }
 
 Return<void> PlugableNotifierCallback::OnConnectionChanged(bool event, const hidl_string& portName,
                                                            int8_t scannerType) {
     SF_LOGD(
         "[PlugableNotifierCallback::OnConnectionChanged] event:%d, portName:%s, scannerType:%d\n",
         event ? 1 : 0, portName.c_str(), scannerType);
-    m_pPlugableHALCallback->OnPlugableDeviceChanged(event, std::string(portName.c_str()),
-                                                    static_cast<int>(scannerType));
+    // After a release the service may still hold this object: what reaches it then goes nowhere.
+    m_PlugableHALCallback.Call([&](IPlugableHALCallBack* callback) {
+        callback->OnPlugableDeviceChanged(event, std::string(portName.c_str()),
+                                          static_cast<int>(scannerType));
+    });
     return Void();
 }
 
@@ -61,6 +64,7 @@ PlugableDeviceNotifier<T>::~PlugableDeviceNotifier() {
     SF_LOGD("[PlugableDeviceNotifier<T>::PlugableDeviceNotifier()] dtor");
     sp_PlugableHal = nullptr;
     sp_IDCHWManager = nullptr;
+    closeNotifierCallback();
     sp_PlugableNotifierCallback = nullptr;
 }
 
@@ -125,9 +129,19 @@ template <AndroidVersion T>
 void PlugableDeviceNotifier<T>::disassociate() {
     SF_LOGD("[PlugableDeviceNotifier<T>::disassociate]");
     b_PlugableInit = false;
+    closeNotifierCallback();
     sp_PlugableNotifierCallback = nullptr;
     sp_IDCHWManager = nullptr;
     sp_PlugableHal = nullptr;
+}
+
+template <AndroidVersion T>
+void PlugableDeviceNotifier<T>::closeNotifierCallback() {
+    // The service may keep calling the object it was given; the caller may destroy its callback
+    // as soon as this instance lets go of it, so nothing may reach it from then on.
+    if (sp_PlugableNotifierCallback != nullptr) {
+        sp_PlugableNotifierCallback->clearPlugableHALCallback();
+    }
 }
 
 template <AndroidVersion T>
@@ -141,6 +155,7 @@ template <AndroidVersion T>
 bool PlugableDeviceNotifier<T>::InitializeSSI(IPlugableHALCallBack* callback, ScannerType type) {
     SF_LOGD("[PlugableDeviceNotifier<T>::InitializeSSI] scanner:%d ++", static_cast<int>(type));
     if (sp_PlugableHal != nullptr) {
+        closeNotifierCallback();
         sp_PlugableNotifierCallback = new PlugableNotifierCallback();
         if (sp_PlugableNotifierCallback->setPlugableHALCallback(callback)) {
             uint8_t registered = sp_PlugableHal->registerNotifierCallback(
