@@ -1,5 +1,6 @@
 #include "PlugableDeviceNotifier.h"
 
+#include "DCHWManagerAssociation.h"
 #include "ScannerLog.h"
 
 using android::sp;
@@ -80,37 +81,18 @@ char const* PlugableDeviceNotifier<T>::GetModuleName() {
 
 template <AndroidVersion T>
 bool PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier() {
-    // A manager that still answers means this instance is connected already; one that does not
-    // is replaced by a fresh connection.
-    if (sp_IDCHWManager != nullptr) {
-        if (sp_IDCHWManager->ping().isOk()) {
-            SF_LOGE("[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] failed");
-            return false;
-        }
-    } else if (b_PlugableInit) {
-        SF_LOGE("[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] failed");
-        return false;
-    }
-    sp_IDCHWManager = IDCHWManager::getService("default", false);
-    if (sp_IDCHWManager == nullptr) {
-        SF_LOGE(
-            "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Unable to get "
-            "IDCHWManager interface.");
-        return false;
-    }
-    sp_PlugableHal = sp_IDCHWManager->getPlugableDeviceNotifier();
-    if (sp_PlugableHal == nullptr) {
-        SF_LOGE(
-            "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Unable to get "
-            "IPlugableDevice interface.");
-        sp_IDCHWManager = nullptr;
-        return false;
-    }
-    b_PlugableInit = true;
-    SF_LOGD(
+    // A live manager means this instance is connected already.
+    static const DCHWManagerAssociationTexts kTexts = {
+        "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] failed",
+        "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Unable to get "
+        "IDCHWManager interface.",
+        "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Unable to get "
+        "IPlugableDevice interface.",
         "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Acquired "
-        "PlugableDeviceNotifier interface.");
-    return true;
+        "PlugableDeviceNotifier interface.",
+    };
+    return AssociateWithDCHWManager(sp_IDCHWManager, sp_PlugableHal, b_PlugableInit,
+                                    &IDCHWManager::getPlugableDeviceNotifier, kTexts);
 }
 
 template <AndroidVersion T>

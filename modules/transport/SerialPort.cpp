@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "DCHWManagerAssociation.h"
 #include "ScannerLog.h"
 
 using android::sp;
@@ -86,31 +87,15 @@ bool SerialPort<T>::Initialize(ISerialDataCallBack* callback) {
 
 template <AndroidVersion T>
 bool SerialPort<T>::associateSerial() {
-    // A manager that still answers means this instance holds a port already; one that does not
-    // is replaced by a fresh connection.
-    if (sp_IDCHWManager != nullptr) {
-        if (sp_IDCHWManager->ping().isOk()) {
-            SF_LOGE("[SerialPort<T>::associateSerial] failed");
-            return false;
-        }
-    } else if (b_SerialInit) {
-        SF_LOGE("[SerialPort<T>::associateSerial] failed");
-        return false;
-    }
-    sp_IDCHWManager = IDCHWManager::getService("default", false);
-    if (sp_IDCHWManager == nullptr) {
-        SF_LOGE("[SerialPort<T>::associateSerial] Unable to get IDCHWManager interface.");
-        return false;
-    }
-    sp_SerialHal = sp_IDCHWManager->getSerialInterface();
-    if (sp_SerialHal == nullptr) {
-        SF_LOGE("[SerialPort<T>::associateSerial] Unable to get ISerial interface.");
-        sp_IDCHWManager = nullptr;
-        return false;
-    }
-    b_SerialInit = true;
-    SF_LOGD("[SerialPort<T>::associateSerial] Acquired ISerial interface.");
-    return true;
+    // A live manager means this instance holds a port already.
+    static const DCHWManagerAssociationTexts kTexts = {
+        "[SerialPort<T>::associateSerial] failed",
+        "[SerialPort<T>::associateSerial] Unable to get IDCHWManager interface.",
+        "[SerialPort<T>::associateSerial] Unable to get ISerial interface.",
+        "[SerialPort<T>::associateSerial] Acquired ISerial interface.",
+    };
+    return AssociateWithDCHWManager(sp_IDCHWManager, sp_SerialHal, b_SerialInit,
+                                    &IDCHWManager::getSerialInterface, kTexts);
 }
 
 template <AndroidVersion T>
