@@ -51,7 +51,8 @@ class CallerCallback {
     }
 
     // No call starts after this returns, and every call running on another thread has ended.
-    // A caller that releases the module from inside its own callback is not waited for.
+    // A caller that releases the module from inside its own callback is not waited for; one
+    // that holds, across the release, a lock its callback takes would wait forever.
     void Close() {
         std::unique_lock<std::mutex> lock(mLock);
         mCallback = nullptr;
