@@ -1,5 +1,6 @@
 #include "PlugableDeviceNotifier.h"
 
+#include "DCHWManagerAssociation.h"
 #include "ScannerLog.h"
 
 using android::sp;
@@ -14,7 +15,7 @@ namespace hardware {
 namespace dchwmanager {
 namespace implementation {
 
-PlugableNotifierCallback::PlugableNotifierCallback() : m_pPlugableHALCallback(nullptr) {
+PlugableNotifierCallback::PlugableNotifierCallback() {
     SF_LOGD("[PlugableNotifierCallbacki::PlugableNotifierCallback] ctor\n");
 }
 
@@ -23,18 +24,21 @@ PlugableNotifierCallback::~PlugableNotifierCallback() {
 }
 
 bool PlugableNotifierCallback::setPlugableHALCallback(IPlugableHALCallBack* callback) {
-    if (callback == nullptr) return false;
-    m_pPlugableHALCallback = callback;
-    return true;
+    return m_PlugableHALCallback.Set(callback);
 }
+
+void PlugableNotifierCallback::clearPlugableHALCallback() { m_PlugableHALCallback.Close(); }
 
 Return<void> PlugableNotifierCallback::OnConnectionChanged(bool event, const hidl_string& portName,
                                                            int8_t scannerType) {
     SF_LOGD(
         "[PlugableNotifierCallback::OnConnectionChanged] event:%d, portName:%s, scannerType:%d\n",
         event ? 1 : 0, portName.c_str(), scannerType);
-    m_pPlugableHALCallback->OnPlugableDeviceChanged(event, std::string(portName.c_str()),
-                                                    static_cast<int>(scannerType));
+    // After a release the service may still hold this object: what reaches it then goes nowhere.
+    m_PlugableHALCallback.Call([&](IPlugableHALCallBack* callback) {
+        callback->OnPlugableDeviceChanged(event, std::string(portName.c_str()),
+                                          static_cast<int>(scannerType));
+    });
     return Void();
 }
 
@@ -61,6 +65,7 @@ PlugableDeviceNotifier<T>::~PlugableDeviceNotifier() {
     SF_LOGD("[PlugableDeviceNotifier<T>::PlugableDeviceNotifier()] dtor");
     sp_PlugableHal = nullptr;
     sp_IDCHWManager = nullptr;
+    closeNotifierCallback();
     sp_PlugableNotifierCallback = nullptr;
 }
 
@@ -76,37 +81,18 @@ char const* PlugableDeviceNotifier<T>::GetModuleName() {
 
 template <AndroidVersion T>
 bool PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier() {
-    // A manager that still answers means this instance is connected already; one that does not
-    // is replaced by a fresh connection.
-    if (sp_IDCHWManager != nullptr) {
-        if (sp_IDCHWManager->ping().isOk()) {
-            SF_LOGE("[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] failed");
-            return false;
-        }
-    } else if (b_PlugableInit) {
-        SF_LOGE("[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] failed");
-        return false;
-    }
-    sp_IDCHWManager = IDCHWManager::getService("default", false);
-    if (sp_IDCHWManager == nullptr) {
-        SF_LOGE(
-            "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Unable to get "
-            "IDCHWManager interface.");
-        return false;
-    }
-    sp_PlugableHal = sp_IDCHWManager->getPlugableDeviceNotifier();
-    if (sp_PlugableHal == nullptr) {
-        SF_LOGE(
-            "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Unable to get "
-            "IPlugableDevice interface.");
-        sp_IDCHWManager = nullptr;
-        return false;
-    }
-    b_PlugableInit = true;
-    SF_LOGD(
+    // A live manager means this instance is connected already.
+    static const DCHWManagerAssociationTexts kTexts = {
+        "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] failed",
+        "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Unable to get "
+        "IDCHWManager interface.",
+        "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Unable to get "
+        "IPlugableDevice interface.",
         "[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Acquired "
-        "PlugableDeviceNotifier interface.");
-    return true;
+        "PlugableDeviceNotifier interface.",
+    };
+    return AssociateWithDCHWManager(sp_IDCHWManager, sp_PlugableHal, b_PlugableInit,
+                                    &IDCHWManager::getPlugableDeviceNotifier, kTexts);
 }
 
 template <AndroidVersion T>
@@ -125,9 +111,19 @@ template <AndroidVersion T>
 void PlugableDeviceNotifier<T>::disassociate() {
     SF_LOGD("[PlugableDeviceNotifier<T>::disassociate]");
     b_PlugableInit = false;
+    closeNotifierCallback();
     sp_PlugableNotifierCallback = nullptr;
     sp_IDCHWManager = nullptr;
     sp_PlugableHal = nullptr;
+}
+
+template <AndroidVersion T>
+void PlugableDeviceNotifier<T>::closeNotifierCallback() {
+    // The service may keep calling the object it was given; the caller may destroy its callback
+    // as soon as this instance lets go of it, so nothing may reach it from then on.
+    if (sp_PlugableNotifierCallback != nullptr) {
+        sp_PlugableNotifierCallback->clearPlugableHALCallback();
+    }
 }
 
 template <AndroidVersion T>
@@ -141,6 +137,7 @@ template <AndroidVersion T>
 bool PlugableDeviceNotifier<T>::InitializeSSI(IPlugableHALCallBack* callback, ScannerType type) {
     SF_LOGD("[PlugableDeviceNotifier<T>::InitializeSSI] scanner:%d ++", static_cast<int>(type));
     if (sp_PlugableHal != nullptr) {
+        closeNotifierCallback();
         sp_PlugableNotifierCallback = new PlugableNotifierCallback();
         if (sp_PlugableNotifierCallback->setPlugableHALCallback(callback)) {
             uint8_t registered = sp_PlugableHal->registerNotifierCallback(

@@ -2,10 +2,11 @@
 // or removed and on which port, through the hardware manager's IPlugableDeviceNotifier, and
 // asks the service for the current port name.
 //
-// Threads: every operation runs on the caller's thread and takes no lock; the instance belongs
-// to one caller thread at a time. Connection changes arrive in
+// Threads: every operation runs on the caller's thread and the module takes no lock of its own;
+// the instance belongs to one caller thread at a time. Connection changes arrive in
 // PlugableNotifierCallback::OnConnectionChanged on a HIDL runtime thread and go straight to the
-// caller's callback on that thread.
+// caller's callback on that thread, until the release (or the destructor) returns: the callback
+// object the service still holds then passes nothing on.
 #pragma once
 
 #include <hidl/HidlSupport.h>
@@ -16,6 +17,7 @@
 
 #include <string>
 
+#include "CallerCallback.h"
 #include "ComponentIndex.h"
 #include "PlatformCallbacks.h"
 #include "PlatformModuleInterfaces.h"
@@ -27,7 +29,8 @@ namespace dchwmanager {
 namespace implementation {
 
 // The module's receiver of connection changes, registered with the service. Holds the caller's
-// callback, which it does not own; the callback is set before the service can see this object.
+// callback, which it does not own, until the module lets go of this object; the callback is set
+// before the service can see this object.
 class PlugableNotifierCallback : public V1_0::IPlugableNotifierCallback {
   public:
     PlugableNotifierCallback();
@@ -35,13 +38,16 @@ class PlugableNotifierCallback : public V1_0::IPlugableNotifierCallback {
 
     // Keeps `callback` only when it is non-null; returns whether it was.
     bool setPlugableHALCallback(IPlugableHALCallBack* callback);
+    // Changes that reach this object from now on go nowhere; returns once no call to the
+    // caller's callback is running on another thread.
+    void clearPlugableHALCallback();
 
     // On a HIDL runtime thread: passes the change to the caller's callback on this thread.
     android::hardware::Return<void> OnConnectionChanged(
         bool event, const android::hardware::hidl_string& portName, int8_t scannerType) override;
 
   private:
-    IPlugableHALCallBack* m_pPlugableHALCallback;
+    CallerCallback<IPlugableHALCallBack> m_PlugableHALCallback;
 };
 
 }  // namespace implementation
@@ -60,8 +66,8 @@ class PlugableDeviceNotifier : public IPlugableDeviceModule {
     char const* GetModuleName() override;
     bool AcquirePlugableDeviceNotifier() override;
     bool ReleasePlugableDeviceNotifier() override;
-    // Registers for changes of scanners of `type`; the caller's callback must outlive the
-    // registration.
+    // Registers for changes of scanners of `type`, in place of an earlier registration; the
+    // caller's callback must outlive the registration, which ends with the release.
     bool InitializeSSI(IPlugableHALCallBack* callback, ScannerType type) override;
     // The port the service reports, or "WrongPort" when there is none.
     std::string GetPortName() override;
@@ -82,6 +88,7 @@ class PlugableDeviceNotifier : public IPlugableDeviceModule {
 
     bool associatePlugableDeviceNotifier();
     void disassociate();
+    void closeNotifierCallback();
 
     android::sp<vendor::tevrin::hardware::dchwmanager::V1_0::IPlugableDeviceNotifier>
         sp_PlugableHal;

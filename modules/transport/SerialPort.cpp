@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "DCHWManagerAssociation.h"
 #include "ScannerLog.h"
 
 using android::sp;
@@ -18,17 +19,15 @@ namespace hardware {
 namespace dchwmanager {
 namespace implementation {
 
-SerialCallback::SerialCallback() : m_pSerialDataCallback(nullptr) {
-    SF_LOGD("[SerialCallback::SerialCallback()] ctor");
-}
+SerialCallback::SerialCallback() { SF_LOGD("[SerialCallback::SerialCallback()] ctor"); }
 
 SerialCallback::~SerialCallback() { SF_LOGD("[SerialCallback::~SerialCallback()] dtor"); }
 
 bool SerialCallback::setSerialDataCallback(ISerialDataCallBack* callback) {
-    if (callback == nullptr) return false;
-    m_pSerialDataCallback.store(callback, std::memory_order_release);
-    return true;
+    return m_SerialDataCallback.Set(callback);
 }
+
+void SerialCallback::clearSerialDataCallback() { m_SerialDataCallback.Close(); }
 
 Return<void> SerialCallback::onSerialData(const hidl_vec<uint8_t>& data) {
     if (data.size() == 0) {
@@ -36,10 +35,11 @@ Return<void> SerialCallback::onSerialData(const hidl_vec<uint8_t>& data) {
         return Void();
     }
     SF_LOGD("[SerialCallback::onSerialData] data vector is not empty\n");
-    // A callback left registered by a failed acquisition has no data callback; what reaches
-    // it has nobody to go to.
-    ISerialDataCallBack* callback = m_pSerialDataCallback.load(std::memory_order_acquire);
-    if (callback != nullptr) callback->OnSerialDataReceived(data.data(), data.size());
+    // A callback left registered by a failed acquisition, or by a released instance, has no
+    // data callback; what reaches it has nobody to go to.
+    m_SerialDataCallback.Call([&](ISerialDataCallBack* callback) {
+        callback->OnSerialDataReceived(data.data(), data.size());
+    });
     return Void();
 }
 
@@ -64,6 +64,7 @@ template <AndroidVersion T>
 SerialPort<T>::~SerialPort() {
     sp_IDCHWManager = nullptr;
     sp_SerialHal = nullptr;
+    closeSerialCallback();
     sp_SerialCallback = nullptr;
     sp_SerialFWHal = nullptr;
 }
@@ -86,36 +87,21 @@ bool SerialPort<T>::Initialize(ISerialDataCallBack* callback) {
 
 template <AndroidVersion T>
 bool SerialPort<T>::associateSerial() {
-    // A manager that still answers means this instance holds a port already; one that does not
-    // is replaced by a fresh connection.
-    if (sp_IDCHWManager != nullptr) {
-        if (sp_IDCHWManager->ping().isOk()) {
-            SF_LOGE("[SerialPort<T>::associateSerial] failed");
-            return false;
-        }
-    } else if (b_SerialInit) {
-        SF_LOGE("[SerialPort<T>::associateSerial] failed");
-        return false;
-    }
-    sp_IDCHWManager = IDCHWManager::getService("default", false);
-    if (sp_IDCHWManager == nullptr) {
-        SF_LOGE("[SerialPort<T>::associateSerial] Unable to get IDCHWManager interface.");
-        return false;
-    }
-    sp_SerialHal = sp_IDCHWManager->getSerialInterface();
-    if (sp_SerialHal == nullptr) {
-        SF_LOGE("[SerialPort<T>::associateSerial] Unable to get ISerial interface.");
-        sp_IDCHWManager = nullptr;
-        return false;
-    }
-    b_SerialInit = true;
-    SF_LOGD("[SerialPort<T>::associateSerial] Acquired ISerial interface.");
-    return true;
+    // A live manager means this instance holds a port already.
+    static const DCHWManagerAssociationTexts kTexts = {
+        "[SerialPort<T>::associateSerial] failed",
+        "[SerialPort<T>::associateSerial] Unable to get IDCHWManager interface.",
+        "[SerialPort<T>::associateSerial] Unable to get ISerial interface.",
+        "[SerialPort<T>::associateSerial] Acquired ISerial interface.",
+    };
+    return AssociateWithDCHWManager(sp_IDCHWManager, sp_SerialHal, b_SerialInit,
+                                    &IDCHWManager::getSerialInterface, kTexts);
 }
 
 template <AndroidVersion T>
 bool SerialPort<T>::AcquireSerialInterface() {
     if (associateSerial()) {
+        closeSerialCallback();
         sp_SerialCallback = new SerialCallback();
         uint8_t status = sp_SerialHal->registerCallback(sp_SerialCallback);
         if (status == 0 && sp_SerialCallback->setSerialDataCallback(m_pSerialDataCallback)) {
@@ -135,9 +121,17 @@ void SerialPort<T>::disassociate() {
     b_SerialFWInit = false;
     sp_SerialFWHal = nullptr;
     m_pSerialDataCallback = nullptr;
+    closeSerialCallback();
     sp_SerialCallback = nullptr;
     sp_SerialHal = nullptr;
     sp_IDCHWManager = nullptr;
+}
+
+template <AndroidVersion T>
+void SerialPort<T>::closeSerialCallback() {
+    // The service may keep calling the object it was given; the caller may destroy its data
+    // callback as soon as this instance lets go of it, so nothing may reach it from then on.
+    if (sp_SerialCallback != nullptr) sp_SerialCallback->clearSerialDataCallback();
 }
 
 template <AndroidVersion T>

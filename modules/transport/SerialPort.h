@@ -3,9 +3,11 @@
 // two at a time: acquiring either while the other is held fails, by design, and a release makes
 // the instance free for either again.
 //
-// Threads: every operation runs on the caller's thread and takes no lock; the instance belongs
-// to one caller thread at a time. Received bytes arrive in SerialCallback::onSerialData on a
-// HIDL runtime thread and go straight to the caller's data callback on that thread.
+// Threads: every operation runs on the caller's thread and the module takes no lock of its own;
+// the instance belongs to one caller thread at a time. Received bytes arrive in
+// SerialCallback::onSerialData on a HIDL runtime thread and go straight to the caller's data
+// callback on that thread, until the release (or the destructor) returns: the callback object
+// the service still holds then passes nothing on.
 #pragma once
 
 #include <hidl/HidlSupport.h>
@@ -15,9 +17,9 @@
 #include <vendor/tevrin/hardware/dchwmanager/1.0/ISerialCallback.h>
 #include <vendor/tevrin/hardware/dchwmanager/1.0/ISerialFWUpdate.h>
 
-#include <atomic>
 #include <string>
 
+#include "CallerCallback.h"
 #include "ComponentIndex.h"
 #include "PlatformCallbacks.h"
 #include "PlatformModuleInterfaces.h"
@@ -29,7 +31,7 @@ namespace dchwmanager {
 namespace implementation {
 
 // The module's receiver of serial data, registered with the service. Holds the caller's data
-// callback, which it does not own.
+// callback, which it does not own, until the module lets go of this object.
 class SerialCallback : public V1_0::ISerialCallback {
   public:
     SerialCallback();
@@ -37,14 +39,16 @@ class SerialCallback : public V1_0::ISerialCallback {
 
     // Keeps `callback` only when it is non-null; returns whether it was.
     bool setSerialDataCallback(ISerialDataCallBack* callback);
+    // Data that reaches this object from now on goes nowhere; returns once no call to the data
+    // callback is running on another thread.
+    void clearSerialDataCallback();
 
     // On a HIDL runtime thread: hands non-empty data to the data callback on this thread.
     android::hardware::Return<void> onSerialData(
         const android::hardware::hidl_vec<uint8_t>& data) override;
 
   private:
-    // Written on the caller's thread, read on runtime threads.
-    std::atomic<ISerialDataCallBack*> m_pSerialDataCallback;
+    CallerCallback<ISerialDataCallBack> m_SerialDataCallback;
 };
 
 }  // namespace implementation
@@ -65,7 +69,8 @@ class SerialPort : public ISerialPortModule {
     static constexpr int kWriteFailed = 8;
 
     SerialPort();
-    // Drops the references only: neither the transport nor the firmware port is closed.
+    // Drops the references only: neither the transport nor the firmware port is closed. Nothing
+    // reaches the data callback once it returns.
     ~SerialPort() override;
 
     bool IsSupported() override;
@@ -106,6 +111,7 @@ class SerialPort : public ISerialPortModule {
     bool associateSerial();
     bool associateSerialFWUpdate();
     void disassociate();
+    void closeSerialCallback();
 
     android::sp<vendor::tevrin::hardware::dchwmanager::V1_0::IDCHWManager> sp_IDCHWManager;
     android::sp<vendor::tevrin::hardware::dchwmanager::V1_0::ISerial> sp_SerialHal;
