@@ -6,6 +6,13 @@
 // session. Throughout: frames flow after every enable, each frame reaches the caller once,
 // no frame reaches a callback after Disable returned, the caller's mapping of a frame is gone
 // once OnReceiveFrame returned, and at the end no thread, descriptor or frame mapping is left.
+//
+// A late touch of a frame is caught two ways. The simulated service empties each frame file as
+// soon as the delivery returned, so any read or write through a mapping that outlived the
+// delivery faults (SIGBUS, which ASan reports too) whoever makes it, library or caller. And
+// after every delivery the process's memory map must hold no mapping of a frame file, which
+// also catches a mapping kept but not touched. An address check (msync answering ENOMEM) is
+// not used: the freed range may be mapped again at once by another thread's allocation.
 
 #include <errno.h>
 #include <gtest/gtest.h>
@@ -143,7 +150,7 @@ class Ledger {
   private:
     std::mutex mLock;
     std::condition_variable mChanged;
-    std::vector<bool> mClosed;       // GUARDED_BY(mLock), by cycle
+    std::vector<bool> mClosed;        // GUARDED_BY(mLock), by cycle
     std::vector<uint64_t> mPerCycle;  // GUARDED_BY(mLock), paired frames by cycle
     std::vector<Frame> mPending;      // GUARDED_BY(mLock), received, delivery not yet returned
     std::vector<Frame> mFrames;       // GUARDED_BY(mLock)
@@ -170,8 +177,8 @@ class ScanCallback : public IImageCallback {
             pattern = data[i] == FakeImagerAdapter::PatternByte(number, i);
         }
         if (mBytes > 0) {
-            pattern = pattern &&
-                      data[mBytes - 1] == FakeImagerAdapter::PatternByte(number, mBytes - 1);
+            pattern =
+                pattern && data[mBytes - 1] == FakeImagerAdapter::PatternByte(number, mBytes - 1);
         }
         mLedger.Received(Ledger::Frame{mCycle, frame, number, pattern, false});
         return true;
@@ -213,6 +220,9 @@ TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
     Ledger ledger;
     std::chrono::steady_clock::duration elapsed{};
     uint64_t delivered = 0;
+    // Declared before the device so that, if an assertion ends the test mid-scan, the stream
+    // stops (the device goes) before the scan's callback is destroyed.
+    std::unique_ptr<ScanCallback> callback;
     {
         SimImager device;
         FakeImagerAdapter& fake = *device.adapter;
@@ -235,7 +245,7 @@ TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
             ASSERT_EQ(delivered, fake.FramesDelivered());
 
             ledger.Open(cycle);
-            auto callback = std::make_unique<ScanCallback>(ledger, cycle, FrameBytes(geometry));
+            callback = std::make_unique<ScanCallback>(ledger, cycle, FrameBytes(geometry));
             ASSERT_EQ(0, adapter->Enable(callback.get()));
             ASSERT_EQ(0, adapter->StartStreaming());
             ASSERT_TRUE(ledger.WaitFor(cycle, kFramesPerCycle));
@@ -282,12 +292,12 @@ TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
     const std::vector<orvex::hostlog::Entry> entries = log.WithTag("ScannerFramework");
     EXPECT_EQ(0u, Count(entries, "[FrameCallback::onFrame] mmap failed\n"));
     EXPECT_EQ(0u, Count(entries, "[FrameCallback::onFrameAvailable] OnReceiveFrame failed"));
-    EXPECT_EQ(kCycles, Count(entries, "[V4L2ImagerAdapterHIDLProxy::Enable] Transport is registerd"));
+    EXPECT_EQ(kCycles,
+              Count(entries, "[V4L2ImagerAdapterHIDLProxy::Enable] Transport is registerd"));
 
     // The fake's streaming thread ended with the service; the runtime's pool threads stay for
     // the life of the process, as libhidl's do.
-    EXPECT_EQ(soak::ThreadCount(),
-              threadsBefore + (orvex::hidl::RpcThreadCount() - poolBefore));
+    EXPECT_EQ(soak::ThreadCount(), threadsBefore + (orvex::hidl::RpcThreadCount() - poolBefore));
     EXPECT_EQ(descriptorsBefore, soak::DescriptorCount());
     EXPECT_EQ(0u, FrameMappings());
 
