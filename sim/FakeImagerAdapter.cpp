@@ -284,7 +284,14 @@ bool FakeImagerAdapter::Deliver(const sp<IFrameCallback>& callback, size_t bytes
     native->data[0] = fd;
     hidl_handle frame;
     frame.setTo(native, true);
-    return callback->onFrameAvailable(frame).isOk();
+    bool delivered = callback->onFrameAvailable(frame).isOk();
+    // The buffer goes back to the sensor once the callback returned: the file shrinks to
+    // nothing, so a mapping of it that outlived the callback faults (SIGBUS) at its next touch
+    // instead of reading a frame that is no longer there.
+    // (memfds are not sealed here, so shrinking them cannot fail.)
+    int emptied = ftruncate(fd, 0);
+    (void)emptied;
+    return delivered;
 }
 
 }  // namespace sim

@@ -2,7 +2,8 @@
 // frames to the registered frame callback as the device's service does: each frame a new
 // shared-memory file (memfd) of the size the geometry asks for (rows of 2280 pixels padded to
 // 2288), filled with a pattern that names the frame (PatternByte), handed over as a handle
-// with that one descriptor and closed once the callback returned.
+// with that one descriptor, emptied (truncated to 0 bytes) and closed once the callback
+// returned.
 //
 // Threads: calls arrive on the client's threads. Frames are sent by the fake's own streaming
 // thread, started by the first StartStreaming and ended by death or destruction; the client's

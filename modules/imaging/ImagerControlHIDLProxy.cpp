@@ -2,11 +2,12 @@
 
 #include <string.h>
 
+#include "ImagerCompanionAssociation.h"
 #include "ScannerLog.h"
 
 using android::sp;
 using android::hardware::hidl_vec;
-using vendor::tevrin::hardware::dchwmanager::V1_0::IDCHWManager;
+using vendor::tevrin::hardware::dchwmanager::V1_0::IImager;
 
 ImagerControlHIDLProxy::ImagerControlHIDLProxy()
     : sp_DCHWManager(nullptr),
@@ -23,52 +24,27 @@ ImagerControlHIDLProxy::ImagerControlHIDLProxy()
 ImagerControlHIDLProxy::~ImagerControlHIDLProxy() { disAssociateImagerControlHIDL(); }
 
 bool ImagerControlHIDLProxy::associateImagerControlHIDL() {
-    if ((sp_DCHWManager == nullptr && b_Associated) ||
-        (sp_DCHWManager != nullptr && !sp_DCHWManager->ping().isOk())) {
-        SF_LOGE(
-            "[ImagerControlHIDLProxy::associateImagerControlHIDL] Master HIDL (DCHWManager) is not "
-            "available");
-        return false;
-    }
-    sp_DCHWManager = IDCHWManager::getService("default");
-    if (sp_DCHWManager == nullptr) {
-        SF_LOGE(
-            "[ImagerControlHIDLProxy::associateImagerControlHIDL] Unable to get DCHWManager HIDL "
-            "interface.");
-        return false;
-    }
-    sp_Imager = sp_DCHWManager->getImager();
-    if (sp_Imager == nullptr) {
-        SF_LOGE(
-            "[ImagerControlHIDLProxy::associateImagerControlHIDL] Unable to get IImager HIDL "
-            "interface.");
-        sp_DCHWManager = nullptr;
-        return false;
-    }
-    // Names the control interface although only the imager is in hand; log readers match it.
-    SF_LOGI(
+    static const ImagerCompanionTexts kTexts = {
+        "[ImagerControlHIDLProxy::associateImagerControlHIDL] Master HIDL (DCHWManager) is not "
+        "available",
+        "[ImagerControlHIDLProxy::associateImagerControlHIDL] Unable to get DCHWManager HIDL "
+        "interface.",
+        "[ImagerControlHIDLProxy::associateImagerControlHIDL] Unable to get IImager HIDL "
+        "interface.",
+        // Names the control interface although only the imager is in hand; log readers match it.
         "[ImagerControlHIDLProxy::associateImagerControlHIDL] Acquired IImagerControl HIDL "
-        "interface.");
-    if (static_cast<int8_t>(sp_Imager->openImager()) == -1) {
-        SF_LOGE("[ImagerControlHIDLProxy::associateImagerControlHIDL] Unable to open imager");
-        sp_Imager = nullptr;
-        sp_DCHWManager = nullptr;
-        return false;
-    }
-    sp_ImagerControlHIDL = sp_Imager->getImagerControl();
-    if (sp_ImagerControlHIDL == nullptr) {
-        SF_LOGE(
-            "[ImagerControlHIDLProxy::associateImagerControlHIDL] Unable to get IImagerControlHIDL "
-            "interface.");
-        sp_Imager = nullptr;
-        sp_DCHWManager = nullptr;
-        return false;
-    }
-    b_Associated = true;
-    SF_LOGI(
+        "interface.",
+        "[ImagerControlHIDLProxy::associateImagerControlHIDL] Unable to open imager",
+        "[ImagerControlHIDLProxy::associateImagerControlHIDL] Unable to get IImagerControlHIDL "
+        "interface.",
         "[ImagerControlHIDLProxy::associateImagerControlHIDL] Acquired IImagerControlHIDL "
-        "interface.");
-    return true;
+        "interface.",
+    };
+    return AssociateImagerCompanion(sp_DCHWManager, sp_Imager, b_Associated, kTexts,
+                                    [this](IImager& imager) {
+                                        sp_ImagerControlHIDL = imager.getImagerControl();
+                                        return sp_ImagerControlHIDL != nullptr;
+                                    });
 }
 
 void ImagerControlHIDLProxy::disAssociateImagerControlHIDL() {

@@ -4,12 +4,13 @@
 #include <thread>
 
 #include "DeviceInfoBuilder.h"
+#include "ImagerCompanionAssociation.h"
 #include "ScannerLog.h"
 
 using android::sp;
 using android::hardware::hidl_string;
 using vendor::tevrin::hardware::dchwmanager::implementation::FrameCallback;
-using vendor::tevrin::hardware::dchwmanager::V1_0::IDCHWManager;
+using vendor::tevrin::hardware::dchwmanager::V1_0::IImager;
 using vendor::tevrin::hardware::dchwmanager::V1_0::PreviewSize;
 
 namespace {
@@ -52,52 +53,27 @@ V4L2ImagerAdapterHIDLProxy::V4L2ImagerAdapterHIDLProxy()
 V4L2ImagerAdapterHIDLProxy::~V4L2ImagerAdapterHIDLProxy() { disAssociateImagerAdapterHIDL(); }
 
 bool V4L2ImagerAdapterHIDLProxy::associateImagerAdapterHIDL() {
-    if ((sp_DCHWManager == nullptr && b_Associated) ||
-        (sp_DCHWManager != nullptr && !sp_DCHWManager->ping().isOk())) {
-        SF_LOGE(
-            "[V4L2ImagerAdapterHIDLProxy::associateImagerAdapterHIDL] Master HIDL (DCHWManager) "
-            "is not available");
-        return false;
-    }
-    sp_DCHWManager = IDCHWManager::getService("default");
-    if (sp_DCHWManager == nullptr) {
-        SF_LOGE(
-            "[V4L2ImagerAdapterHIDLProxy::associateImagerAdapterHIDL] Unable to get DCHWManager "
-            "HIDL interface.");
-        return false;
-    }
-    sp_Imager = sp_DCHWManager->getImager();
-    if (sp_Imager == nullptr) {
-        SF_LOGE(
-            "[V4L2ImagerAdapterHIDLProxy::associateImagerAdapterHIDL] Unable to get IImager HIDL "
-            "interface.");
-        sp_DCHWManager = nullptr;
-        return false;
-    }
-    SF_LOGI(
+    static const ImagerCompanionTexts kTexts = {
+        "[V4L2ImagerAdapterHIDLProxy::associateImagerAdapterHIDL] Master HIDL (DCHWManager) is "
+        "not available",
+        "[V4L2ImagerAdapterHIDLProxy::associateImagerAdapterHIDL] Unable to get DCHWManager HIDL "
+        "interface.",
+        "[V4L2ImagerAdapterHIDLProxy::associateImagerAdapterHIDL] Unable to get IImager HIDL "
+        "interface.",
         "[V4L2ImagerAdapterHIDLProxy::associateImagerAdapterHIDL] Acquired IImager HIDL "
-        "interface.");
-    if (static_cast<int8_t>(sp_Imager->openImager()) == -1) {
+        "interface.",
         // The control object's text: log readers match one line for both companions.
-        SF_LOGE("[ImagerControlHIDLProxy::associateImagerControlHIDL] Unable to open imager");
-        sp_Imager = nullptr;
-        sp_DCHWManager = nullptr;
-        return false;
-    }
-    sp_ImagerAdapterHIDL = sp_Imager->getImagerAdapter();
-    if (sp_ImagerAdapterHIDL == nullptr) {
-        SF_LOGE(
-            "[V4L2ImagerAdapterHIDLProxy::associateImagerAdapterHIDL] Unable to get "
-            "IImagerAdapter HIDL interface.");
-        sp_Imager = nullptr;
-        sp_DCHWManager = nullptr;
-        return false;
-    }
-    b_Associated = true;
-    SF_LOGI(
+        "[ImagerControlHIDLProxy::associateImagerControlHIDL] Unable to open imager",
+        "[V4L2ImagerAdapterHIDLProxy::associateImagerAdapterHIDL] Unable to get IImagerAdapter "
+        "HIDL interface.",
         "[V4L2ImagerAdapterHIDLProxy::associateImagerAdapterHIDL] Acquired IImagerAdapter HIDL "
-        "interface.");
-    return true;
+        "interface.",
+    };
+    return AssociateImagerCompanion(sp_DCHWManager, sp_Imager, b_Associated, kTexts,
+                                    [this](IImager& imager) {
+                                        sp_ImagerAdapterHIDL = imager.getImagerAdapter();
+                                        return sp_ImagerAdapterHIDL != nullptr;
+                                    });
 }
 
 void V4L2ImagerAdapterHIDLProxy::disAssociateImagerAdapterHIDL() {
