@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <string>
 
 #include "orvex/assert_hook.h"
 #include "orvex/log_capture.h"
@@ -57,6 +58,21 @@ void WriteDeviceFile(const std::string& devicePath, const std::string& text) {
 
 void UseShortProcessName(char** argv, const char* shortName) {
     if (strlen(argv[0]) <= strlen(shortName)) return;
+    // libFuzzer's -merge and -fork modes start workers by running argv[0] through the shell, so
+    // the short name must also be a command: a link to this binary, in a folder put first on
+    // PATH, which the workers inherit.
+    std::error_code error;
+    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+    const std::filesystem::path dir = std::filesystem::temp_directory_path(error) /
+                                      ("orvex-fuzz-bin-" + std::to_string(getuid()));
+    std::filesystem::create_directories(dir, error);
+    const std::filesystem::path link = dir / shortName;
+    const std::filesystem::path fresh =
+        dir / (std::string(shortName) + "." + std::to_string(getpid()));
+    std::filesystem::create_symlink(self, fresh, error);
+    std::filesystem::rename(fresh, link, error);
+    const char* path = getenv("PATH");
+    setenv("PATH", (dir.string() + ":" + (path != nullptr ? path : "/usr/bin:/bin")).c_str(), 1);
     argv[0] = const_cast<char*>(shortName);
     execv("/proc/self/exe", argv);
     perror("execv /proc/self/exe");
