@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets with clang under ASan+UBSan and runs each one for SECONDS
 # (default 20) over its corpus in fuzz/corpus/<target>. New inputs go to build-fuzz/corpus, not
-# into the repository; copy the interesting ones into fuzz/corpus by hand.
+# into the repository; to keep those that add coverage, merge them:
+#   build-fuzz/bin/<target>_fuzzer -merge=1 fuzz/corpus/<target> build-fuzz/corpus/<target>_fuzzer
 # Usage: scripts/run-fuzzers.sh [SECONDS] [TARGET...]
 set -euo pipefail
 cd "$(dirname "$0")/.."
