@@ -1,6 +1,7 @@
 #include "TestSupport.h"
 
 #include <fcntl.h>
+#include <ftw.h>
 #include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
@@ -13,8 +14,6 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
-
-#include <ftw.h>
 
 namespace orvex {
 namespace test {
@@ -70,9 +69,9 @@ void DeviceRoot::AddFile(const std::string& devicePath, const std::string& conte
 void DeviceRoot::AddDir(const std::string& devicePath) const { MakeDirs(HostPath(devicePath)); }
 
 void DeviceRoot::SetLogLevel(const std::string& level) const {
-    AddFile("/enterprise/device/settings/scanner/LogLevel.xml",
-            "<?xml version=\"1.0\"?>\n<Settings>\n  <LogLevel>" + level +
-                "</LogLevel>\n</Settings>\n");
+    AddFile(
+        "/enterprise/device/settings/scanner/LogLevel.xml",
+        "<?xml version=\"1.0\"?>\n<Settings>\n  <LogLevel>" + level + "</LogLevel>\n</Settings>\n");
 }
 
 namespace {
@@ -163,34 +162,13 @@ CallerRun RunCaller(const DeviceRoot& root, const std::vector<std::string>& args
     return run;
 }
 
-namespace {
-
-std::string Unescape(const std::string& text) {
-    std::string out;
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '\\' || i + 1 == text.size()) {
-            out += text[i];
-            continue;
-        }
-        char c = text[++i];
-        out += c == 'n' ? '\n' : c == 't' ? '\t' : c == 'r' ? '\r' : c;
-    }
-    return out;
-}
-
-}  // namespace
-
 std::vector<hostlog::Entry> ReadLogFile(const std::string& hostPath) {
     std::vector<hostlog::Entry> entries;
     std::ifstream in(hostPath);
     std::string line;
+    hostlog::Entry entry;
     while (std::getline(in, line)) {
-        size_t t1 = line.find('\t');
-        size_t t2 = t1 == std::string::npos ? t1 : line.find('\t', t1 + 1);
-        if (t2 == std::string::npos) continue;
-        entries.push_back(hostlog::Entry{atoi(line.substr(0, t1).c_str()),
-                                         Unescape(line.substr(t1 + 1, t2 - t1 - 1)),
-                                         Unescape(line.substr(t2 + 1))});
+        if (hostlog::ParseFileRecord(line, &entry)) entries.push_back(entry);
     }
     return entries;
 }

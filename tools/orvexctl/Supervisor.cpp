@@ -20,31 +20,14 @@ namespace {
 
 std::string g_logPath;
 
-std::string Unescape(const std::string& text) {
-    std::string out;
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '\\' || i + 1 == text.size()) {
-            out += text[i];
-            continue;
-        }
-        char c = text[++i];
-        out += c == 'n' ? '\n' : c == 't' ? '\t' : c == 'r' ? '\r' : c;
-    }
-    return out;
-}
-
 std::vector<LogRecord> ReadLog(off_t from) {
     std::vector<LogRecord> records;
     std::ifstream in(g_logPath, std::ios::binary);
     in.seekg(from);
     std::string line;
+    LogRecord record;
     while (std::getline(in, line)) {
-        size_t t1 = line.find('\t');
-        size_t t2 = t1 == std::string::npos ? t1 : line.find('\t', t1 + 1);
-        if (t2 == std::string::npos) continue;
-        records.push_back(LogRecord{atoi(line.substr(0, t1).c_str()),
-                                    Unescape(line.substr(t1 + 1, t2 - t1 - 1)),
-                                    Unescape(line.substr(t2 + 1))});
+        if (orvex::hostlog::ParseFileRecord(line, &record)) records.push_back(record);
     }
     return records;
 }

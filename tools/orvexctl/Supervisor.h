@@ -3,24 +3,23 @@
 // of ending the tool. The tool's own process never loads the library.
 #pragma once
 
+#include <orvex/log_capture.h>
+
 #include <functional>
 #include <string>
 #include <vector>
 
 namespace orvexctl {
 
-struct LogRecord {
-    int priority;
-    std::string tag;
-    std::string message;
-};
+// A record of the library's log as the file sink wrote it.
+using LogRecord = orvex::hostlog::Entry;
 
 struct ChildOutcome {
-    bool exited = false;     // the body returned (or called exit)
+    bool exited = false;  // the body returned (or called exit)
     int exitCode = -1;
-    int signal = 0;          // the signal that ended it (SIGABRT for an assertion)
+    int signal = 0;  // the signal that ended it (SIGABRT for an assertion)
     bool timedOut = false;
-    std::string output;      // what the body wrote to standard output
+    std::string output;          // what the body wrote to standard output
     std::vector<LogRecord> log;  // the library's log records written by the child
 
     // The three assertion lines, when the child stopped on one: description (after
