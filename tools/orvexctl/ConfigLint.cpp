@@ -8,18 +8,13 @@
 
 #include <set>
 
+#include "XmlText.h"
+
 namespace orvexctl {
 
 namespace {
 
 using tinyxml2::XMLElement;
-
-bool Is(const XMLElement* e, const char* name) { return strcmp(e->Name(), name) == 0; }
-
-std::string TextOf(const XMLElement* e) {
-    const char* text = e->GetText();
-    return text != nullptr ? text : "";
-}
 
 struct Linter {
     std::string file;
@@ -124,8 +119,10 @@ void LintScannerList(const std::string& deviceRoot, const std::string& devicePat
              section = section->NextSiblingElement()) {
             if (Is(section, "default")) {
                 int n = 0;
-                for (const XMLElement* e = section->FirstChildElement(); e; e = e->NextSiblingElement()) {
-                    const std::string where = key + "/default/" + e->Name() + " #" + std::to_string(++n);
+                for (const XMLElement* e = section->FirstChildElement(); e;
+                     e = e->NextSiblingElement()) {
+                    const std::string where =
+                        key + "/default/" + e->Name() + " #" + std::to_string(++n);
                     if (Is(e, "camera-scanner") || Is(e, "front-camera-scanner") ||
                         Is(e, "external-scanner")) {
                         LintEntry(e, where, camera, {"index"}, true, lint);
@@ -143,14 +140,18 @@ void LintScannerList(const std::string& deviceRoot, const std::string& devicePat
                         const std::string base =
                             key + "/platform/" + platform->Name() + "/" + product->Name();
                         int n = 0;
-                        for (const XMLElement* e = product->FirstChildElement(); e; e = e->NextSiblingElement()) {
-                            const std::string where = base + "/" + e->Name() + " #" + std::to_string(++n);
+                        for (const XMLElement* e = product->FirstChildElement(); e;
+                             e = e->NextSiblingElement()) {
+                            const std::string where =
+                                base + "/" + e->Name() + " #" + std::to_string(++n);
                             if (Is(e, "external-scanner")) {
                                 LintEntry(e, where, camera, {"index", "supported"}, false, lint);
                             } else if (Is(e, "builtin-scanner")) {
-                                LintEntry(e, where, productBuiltin, {"index", "orientation"}, false, lint);
+                                LintEntry(e, where, productBuiltin, {"index", "orientation"}, false,
+                                          lint);
                             } else {
-                                lint.Warn(base + ": unknown element <" + e->Name() + "> is ignored");
+                                lint.Warn(base + ": unknown element <" + e->Name() +
+                                          "> is ignored");
                             }
                         }
                     }
@@ -171,7 +172,8 @@ void LintTriggerFile(const std::string& deviceRoot, const std::string& devicePat
     if (root == nullptr) return;
     auto lintKeys = [&](const XMLElement* device, const std::string& where) {
         int n = 0;
-        for (const XMLElement* key = device->FirstChildElement(); key; key = key->NextSiblingElement()) {
+        for (const XMLElement* key = device->FirstChildElement(); key;
+             key = key->NextSiblingElement()) {
             if (!Is(key, "Key")) {
                 lint.Warn(where + ": <" + key->Name() + "> is not a <Key> and is skipped");
                 continue;
@@ -184,8 +186,10 @@ void LintTriggerFile(const std::string& deviceRoot, const std::string& devicePat
                 if (name == "KeyCode") {
                     code = true;
                     std::string digits = text;
-                    if (digits.rfind("0x", 0) == 0 || digits.rfind("0X", 0) == 0) digits = digits.substr(2);
-                    if (digits.empty() || digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
+                    if (digits.rfind("0x", 0) == 0 || digits.rfind("0X", 0) == 0)
+                        digits = digits.substr(2);
+                    if (digits.empty() ||
+                        digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
                         lint.Warn(at + ": <KeyCode> \"" + text + "\" is not plain hexadecimal");
                     }
                 } else if (name == "MultiScannerSupport") {
@@ -200,9 +204,11 @@ void LintTriggerFile(const std::string& deviceRoot, const std::string& devicePat
             if (!code) lint.Warn(at + ": no <KeyCode>; the key's scan code stays -1");
         }
     };
-    for (const XMLElement* model = root->FirstChildElement(); model; model = model->NextSiblingElement()) {
+    for (const XMLElement* model = root->FirstChildElement(); model;
+         model = model->NextSiblingElement()) {
         if (Is(model, "HX2105x")) {
-            for (const XMLElement* sku = model->FirstChildElement(); sku; sku = sku->NextSiblingElement()) {
+            for (const XMLElement* sku = model->FirstChildElement(); sku;
+                 sku = sku->NextSiblingElement()) {
                 lintKeys(sku, std::string("HX2105x/") + sku->Name());
             }
         } else {

@@ -5,18 +5,13 @@
 #include <tinyxml2.h>
 #include <unistd.h>
 
+#include "XmlText.h"
+
 namespace orvexctl {
 
 namespace {
 
 using tinyxml2::XMLElement;
-
-bool Is(const XMLElement* e, const char* name) { return strcmp(e->Name(), name) == 0; }
-
-std::string TextOf(const XMLElement* e) {
-    const char* text = e->GetText();
-    return text != nullptr ? text : "";
-}
 
 std::string Where(const char* group, int entry) {
     return std::string(group) + " entry " + std::to_string(entry);
@@ -34,8 +29,8 @@ void Keep(DependencyFile& out, const std::string& name, const DependencyOrigin& 
           const std::string& where) {
     if (out.origins.count(name) != 0) {
         const DependencyOrigin& first = out.origins[name];
-        out.warnings.push_back(where + ": \"" + name + "\" is dropped, " + first.group +
-                               " entry " + std::to_string(first.entry) + " defines it first");
+        out.warnings.push_back(where + ": \"" + name + "\" is dropped, " + first.group + " entry " +
+                               std::to_string(first.entry) + " defines it first");
         return;
     }
     out.origins[name] = origin;
@@ -44,7 +39,8 @@ void Keep(DependencyFile& out, const std::string& name, const DependencyOrigin& 
 void ReadPathGroup(const XMLElement* group, const char* groupName, const char* entryName,
                    const char* valueName, Carry& carry, DependencyFile& out) {
     int index = 0;
-    for (const XMLElement* entry = group->FirstChildElement(); entry; entry = entry->NextSiblingElement()) {
+    for (const XMLElement* entry = group->FirstChildElement(); entry;
+         entry = entry->NextSiblingElement()) {
         if (!Is(entry, entryName)) {
             out.warnings.push_back(std::string(groupName) + ": unknown element <" + entry->Name() +
                                    "> is ignored");
@@ -53,7 +49,8 @@ void ReadPathGroup(const XMLElement* group, const char* groupName, const char* e
         ++index;
         const std::string where = Where(groupName, index);
         bool ownName = false, ownAbsolute = false, ownValue = false;
-        for (const XMLElement* child = entry->FirstChildElement(); child; child = child->NextSiblingElement()) {
+        for (const XMLElement* child = entry->FirstChildElement(); child;
+             child = child->NextSiblingElement()) {
             if (Is(child, "name")) {
                 carry.name = TextOf(child);
                 ownName = true;
@@ -62,11 +59,12 @@ void ReadPathGroup(const XMLElement* group, const char* groupName, const char* e
                 ownAbsolute = true;
             } else if (Is(child, valueName)) {
                 if (!ownAbsolute) {
-                    out.warnings.push_back(
-                        where + ": <" + valueName + "> is read with the absolutepath \"" +
-                        carry.absolutePath + "\" " +
-                        (index == 1 && carry.absolutePath.empty() ? "(none given)"
-                                                                  : "inherited from an earlier entry"));
+                    out.warnings.push_back(where + ": <" + valueName +
+                                           "> is read with the absolutepath \"" +
+                                           carry.absolutePath + "\" " +
+                                           (index == 1 && carry.absolutePath.empty()
+                                                ? "(none given)"
+                                                : "inherited from an earlier entry"));
                 }
                 ownValue = true;
             } else {
@@ -89,7 +87,8 @@ void ReadPathGroup(const XMLElement* group, const char* groupName, const char* e
 void ReadProperties(const XMLElement* group, Carry& carry,
                     const std::map<std::string, std::string>& properties, DependencyFile& out) {
     int index = 0;
-    for (const XMLElement* entry = group->FirstChildElement(); entry; entry = entry->NextSiblingElement()) {
+    for (const XMLElement* entry = group->FirstChildElement(); entry;
+         entry = entry->NextSiblingElement()) {
         if (!Is(entry, "property")) {
             out.warnings.push_back(std::string("properties: unknown element <") + entry->Name() +
                                    "> is ignored");
@@ -98,14 +97,17 @@ void ReadProperties(const XMLElement* group, Carry& carry,
         ++index;
         const std::string where = Where("properties", index);
         bool ownName = false, stored = false;
-        for (const XMLElement* child = entry->FirstChildElement(); child; child = child->NextSiblingElement()) {
+        for (const XMLElement* child = entry->FirstChildElement(); child;
+             child = child->NextSiblingElement()) {
             if (Is(child, "name")) {
                 carry.name = TextOf(child);
                 ownName = true;
             } else if (Is(child, "value")) {
                 if (!ownName) {
-                    out.warnings.push_back(where + ": <value> comes before any <name> of the entry; "
-                                           "it is stored under \"" + carry.name + "\"");
+                    out.warnings.push_back(where +
+                                           ": <value> comes before any <name> of the entry; "
+                                           "it is stored under \"" +
+                                           carry.name + "\"");
                 }
                 auto it = properties.find(carry.name);
                 bool set = it != properties.end() && !it->second.empty();
@@ -126,8 +128,8 @@ DependencyFile ReadDependencyFile(const std::string& deviceRoot, const std::stri
                                   const std::map<std::string, std::string>& properties) {
     DependencyFile out;
     std::string name = processName.substr(0, processName.find(':'));
-    std::string dcfiles = "/data/user_de/" + std::to_string(getuid() / 100000) + "/" + name +
-                          "/files/dcfiles";
+    std::string dcfiles =
+        "/data/user_de/" + std::to_string(getuid() / 100000) + "/" + name + "/files/dcfiles";
     struct stat st;
     std::string prefix = stat((deviceRoot + dcfiles).c_str(), &st) == 0 ? dcfiles : "";
     out.devicePath = prefix + "/system/etc/scanner/ExternalDependencies.xml";
