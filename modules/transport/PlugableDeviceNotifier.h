@@ -17,7 +17,7 @@
 
 #include <string>
 
-#include "CallerCallback.h"
+#include "CallGate.h"
 #include "ComponentIndex.h"
 #include "PlatformCallbacks.h"
 #include "PlatformModuleInterfaces.h"
@@ -47,7 +47,7 @@ class PlugableNotifierCallback : public V1_0::IPlugableNotifierCallback {
         bool event, const android::hardware::hidl_string& portName, int8_t scannerType) override;
 
   private:
-    CallerCallback<IPlugableHALCallBack> m_PlugableHALCallback;
+    CallGate<IPlugableHALCallBack> m_PlugableHALCallback;
 };
 
 }  // namespace implementation

@@ -19,7 +19,7 @@
 
 #include <string>
 
-#include "CallerCallback.h"
+#include "CallGate.h"
 #include "ComponentIndex.h"
 #include "PlatformCallbacks.h"
 #include "PlatformModuleInterfaces.h"
@@ -48,7 +48,7 @@ class SerialCallback : public V1_0::ISerialCallback {
         const android::hardware::hidl_vec<uint8_t>& data) override;
 
   private:
-    CallerCallback<ISerialDataCallBack> m_SerialDataCallback;
+    CallGate<ISerialDataCallBack> m_SerialDataCallback;
 };
 
 }  // namespace implementation

@@ -67,14 +67,13 @@ HWTrigger<T>::HWTrigger()
       m_pKeyEventCallback(nullptr),
       m_pEventFlag(nullptr),
       m_pDeathNotifier(nullptr),
-      m_pDeathGate(std::make_shared<DeathGate>()) {}
+      m_pDeathGate(std::make_shared<CallGate<HWTrigger>>()) {
+    m_pDeathGate->Set(this);
+}
 
 template <AndroidVersion T>
 HWTrigger<T>::~HWTrigger() {
-    {
-        std::lock_guard<std::mutex> hold(m_pDeathGate->lock);
-        m_pDeathGate->open = false;
-    }
+    m_pDeathGate->Close();
     sp_Trigger = nullptr;
     // A joined (or never started) reader no longer uses the event flag, nor a queue that a
     // failed configuration left behind. With a reader still running the caller skipped
@@ -134,13 +133,12 @@ bool HWTrigger<T>::AcquireHWTrigger() {
     EventFlag::createEventFlag(m_pKeyEventQueue->getEventFlagWord(), &m_pEventFlag);
     m_bRunning.store(true, std::memory_order_relaxed);
     m_iThreadResult = pthread_create(&m_ReaderThread, nullptr, ThreadProcWrapper, this);
-    const bool linked =
-        m_pDeathNotifier->regForDeathNotifier(sp_Trigger, [this, gate = m_pDeathGate]() {
-            std::lock_guard<std::mutex> hold(gate->lock);
-            if (!gate->open) return;
+    const bool linked = m_pDeathNotifier->regForDeathNotifier(sp_Trigger, [gate = m_pDeathGate]() {
+        gate->Call([](HWTrigger* self) {
             SF_LOGI("ISS [HW Trigger] DCHWManager Died");
-            handlDCHWManagerDeath();
+            self->handlDCHWManagerDeath();
         });
+    });
     m_trigHalLock.unlock();
     if (!linked) {
         // The service died after handing out the queue and before the link: no notice will

@@ -22,6 +22,7 @@
 #include <memory>
 #include <mutex>
 
+#include "CallGate.h"
 #include "ComponentIndex.h"
 #include "PlatformModuleInterfaces.h"
 
@@ -111,14 +112,6 @@ class HWTrigger : public IHWTriggerModule {
     using KeyEventQueue =
         android::hardware::MessageQueue<uint32_t, android::hardware::kSynchronizedReadWrite>;
 
-    // Lets a death notice reach the module only while it exists. The notifier's function
-    // holds the gate (not the module), and the destructor shuts it under its lock, which a
-    // notice holds for the whole of its handling.
-    struct DeathGate {
-        std::mutex lock;
-        bool open = true;  // GUARDED_BY(lock)
-    };
-
     static void* ThreadProcWrapper(void* self);
     void ThreadProc();
 
@@ -132,7 +125,9 @@ class HWTrigger : public IHWTriggerModule {
     ITriggerKeyEventWrapperCallBack* m_pKeyEventCallback;
     android::hardware::EventFlag* m_pEventFlag;
     HIDLDeathNotifier* m_pDeathNotifier;
-    const std::shared_ptr<DeathGate> m_pDeathGate;
+    // Lets a death notice reach the module only while it exists: the notifier's function holds
+    // the gate, not the module, and the destructor closes it.
+    const std::shared_ptr<CallGate<HWTrigger>> m_pDeathGate;
 
     static std::mutex m_trigHalLock;
 };
