@@ -35,15 +35,7 @@ const Entry kFailed =
       "HIDL");
 
 TEST(ImagerControlHIDLProxy, AFailedAssociationLeavesNoControlAndClosesNothing) {
-    struct Case {
-        const char* what;
-        bool manager;
-        ImagerParts parts;
-        int8_t open;
-        std::vector<Entry> association;
-        Strings imagerCalls;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<FailedAssociation> cases = {
         {"no hardware manager",
          false,
          {},
@@ -77,17 +69,9 @@ TEST(ImagerControlHIDLProxy, AFailedAssociationLeavesNoControlAndClosesNothing) 
           kFailed},
          {"openImager()", "getImagerControl()"}},
     };
-    for (const Case& c : cases) {
+    for (const FailedAssociation& c : cases) {
         SCOPED_TRACE(c.what);
-        std::unique_ptr<SimImager> device;
-        if (c.manager) {
-            device.reset(new SimImager(c.parts));
-            if (device->imager != nullptr) {
-                FakeImager::Answers answers;
-                answers.openImager = c.open;
-                device->imager->SetAnswers(answers);
-            }
-        }
+        std::unique_ptr<SimImager> device = StartDevice(c);
         ScopedCapture capture;
         auto control = std::make_unique<ImagerControlHIDLProxy>();
         unsigned char command[] = {1};

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -57,6 +58,29 @@ class SimImager {
   private:
     sim::HardwareManagerSim mSim;
 };
+
+// One way a companion's failed association can go: whether there is a manager, which parts it
+// hands out and what openImager answers; then the lines logged and the imager's calls.
+struct FailedAssociation {
+    const char* what;
+    bool manager;
+    ImagerParts parts;
+    int8_t open;
+    std::vector<hostlog::Entry> association;
+    std::vector<std::string> imagerCalls;
+};
+
+// The device such a case runs on: none without a manager.
+inline std::unique_ptr<SimImager> StartDevice(const FailedAssociation& c) {
+    if (!c.manager) return nullptr;
+    auto device = std::make_unique<SimImager>(c.parts);
+    if (device->imager != nullptr) {
+        sim::FakeImager::Answers answers;
+        answers.openImager = c.open;
+        device->imager->SetAnswers(answers);
+    }
+    return device;
+}
 
 // The library's records in a capture, in order.
 inline std::vector<hostlog::Entry> Records(const hostlog::ScopedCapture& capture) {

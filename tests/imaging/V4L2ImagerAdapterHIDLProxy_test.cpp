@@ -59,15 +59,7 @@ struct Streaming {
 };
 
 TEST(V4L2ImagerAdapterHIDLProxy, WithoutTheAdapterEveryOperationAnswersFailure) {
-    struct Case {
-        const char* what;
-        bool manager;
-        ImagerParts parts;
-        int8_t open;
-        std::vector<Entry> association;
-        Strings imagerCalls;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<FailedAssociation> cases = {
         {"no hardware manager",
          false,
          {},
@@ -101,17 +93,9 @@ TEST(V4L2ImagerAdapterHIDLProxy, WithoutTheAdapterEveryOperationAnswersFailure) 
           kFailed},
          {"openImager()", "getImagerAdapter()"}},
     };
-    for (const Case& c : cases) {
+    for (const FailedAssociation& c : cases) {
         SCOPED_TRACE(c.what);
-        std::unique_ptr<SimImager> device;
-        if (c.manager) {
-            device.reset(new SimImager(c.parts));
-            if (device->imager != nullptr) {
-                FakeImager::Answers answers;
-                answers.openImager = c.open;
-                device->imager->SetAnswers(answers);
-            }
-        }
+        std::unique_ptr<SimImager> device = StartDevice(c);
         ScopedCapture capture;
         auto adapter = std::make_unique<V4L2ImagerAdapterHIDLProxy>();
         EXPECT_EQ(1, adapter->InitAdapter("V4L2Adapter", Size(1280, 800, 8)));

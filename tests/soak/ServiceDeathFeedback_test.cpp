@@ -353,13 +353,19 @@ void LedInitializeWithoutAnyLightsService(ChildChecks& c) {
               Error("[LEDNotification::InitializeFeedback] initialization failed")});
 }
 
-void LedScanAfterTheHidlLightDied(ChildChecks& c) {
+// An LED initialised on the HIDL light, with decoding feedback on, whose light service then
+// died and came back: returns the new instance.
+sp<FakeHidlLight> HidlLightCameBackUnder(Led& led, ChildChecks& c) {
     FakeHidlLight::Register();
-    Led led;
     c.True("InitializeFeedback", led.InitializeFeedback());
     led.SetParameter("decoding_led_feedback", "true");
     KillHidlLight();
-    sp<FakeHidlLight> back = FakeHidlLight::Register();
+    return FakeHidlLight::Register();
+}
+
+void LedScanAfterTheHidlLightDied(ChildChecks& c) {
+    Led led;
+    sp<FakeHidlLight> back = HidlLightCameBackUnder(led, c);
     c.True("PrepareFeedbackForTrigger", led.PrepareFeedbackForTrigger());
     c.True("TriggerFeedback", led.TriggerFeedback());
     c.True("ResetFeedback", led.ResetFeedback());
@@ -368,24 +374,16 @@ void LedScanAfterTheHidlLightDied(ChildChecks& c) {
 }
 
 void LedInitializeAgainAfterTheHidlLightDied(ChildChecks& c) {
-    FakeHidlLight::Register();
     Led led;
-    c.True("InitializeFeedback", led.InitializeFeedback());
-    led.SetParameter("decoding_led_feedback", "true");
-    KillHidlLight();
-    sp<FakeHidlLight> back = FakeHidlLight::Register();
+    sp<FakeHidlLight> back = HidlLightCameBackUnder(led, c);
     c.True("InitializeFeedback again", led.InitializeFeedback());
     c.True("PrepareFeedbackForTrigger", led.PrepareFeedbackForTrigger());
     c.Eq("calls on the new instance", back->Calls().size(), 0u);
 }
 
 void LedIsSupportedAfterTheHidlLightDiedReconnects(ChildChecks& c) {
-    FakeHidlLight::Register();
     Led led;
-    c.True("InitializeFeedback", led.InitializeFeedback());
-    led.SetParameter("decoding_led_feedback", "true");
-    KillHidlLight();
-    sp<FakeHidlLight> back = FakeHidlLight::Register();
+    sp<FakeHidlLight> back = HidlLightCameBackUnder(led, c);
     // IsSupported drops the process's light object; the next connection is a new one.
     c.True("IsSupported", led.IsSupported());
     c.True("InitializeFeedback again", led.InitializeFeedback());
