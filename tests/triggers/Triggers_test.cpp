@@ -1,50 +1,133 @@
-// The trigger configuration module in fresh caller processes, each on its own device: the
-// trigger resource file's keys and their parsing, the built-in triggers, the SKU level of one
-// model, the relabelling on a model without imager, and the list's handling as callers use it.
+// The trigger configuration module: the list callers get trigger keys in and one trigger entry
+// in-process, then the module in fresh caller processes, each on its own device: the trigger
+// resource file's keys and their parsing, the built-in triggers, the SKU level of one model, the
+// relabelling on a model without imager, the device profiles and the list as callers use it.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "OdkList.h"
 #include "TestSupport.h"
 
 namespace {
 
 using namespace orvex::test;
-using orvex::hostlog::Entry;
-
+using IntList = odk::List<int*>;
 using Strings = std::vector<std::string>;
 
-constexpr const char* kTag = "ScannerFramework";
+std::vector<int> Walk(IntList& list) {
+    std::vector<int> seen;
+    for (list.begin(); list.hasNext(); list.movenext()) seen.push_back(*list.get());
+    return seen;
+}
+
+TEST(TriggerList, CursorWalksWritesRemovesAndClearsWithoutDeletingElements) {
+    int values[] = {1, 2, 3};
+    const std::vector<std::vector<int>> afterRemoving = {{2, 3}, {1, 3}, {1, 2}, {1, 2, 3}};
+    for (size_t position = 0; position < afterRemoving.size(); ++position) {
+        SCOPED_TRACE(position);
+        IntList list;
+        list.begin();
+        EXPECT_FALSE(list.hasNext());
+        for (int& v : values) list.push_back(&v);
+        EXPECT_EQ(&values[0], list.begin());
+        // Removal takes the cursor's node; past the end there is none to take.
+        for (size_t i = 0; i < position; ++i) list.movenext();
+        EXPECT_EQ(position < 3, list.hasNext());
+        list.remove();
+        EXPECT_EQ(afterRemoving[position].size(), list.size());
+        EXPECT_EQ(afterRemoving[position], Walk(list));
+        EXPECT_EQ((std::vector<int>{1, 2, 3}), std::vector<int>(values, values + 3));
+    }
+    IntList list;
+    list.push_back(&values[0]);
+    list.push_back(&values[1]);
+    list.begin();
+    list.movenext();
+    list.get() = &values[2];
+    EXPECT_EQ((std::vector<int>{1, 3}), Walk(list));
+    list.clear();
+    EXPECT_TRUE(list.empty());
+    EXPECT_EQ(std::vector<int>{}, Walk(list));
+    list.push_back(&values[1]);
+    EXPECT_EQ(std::vector<int>{2}, Walk(list));
+    // Destroying a list with nodes frees them; ASan reports a leak otherwise.
+}
+
 constexpr const char* kResourcePath = "/system/etc/scanner/ScannerResourceConfig.xml";
+const Strings kRun = {"init", "list", "deinit"};
+const std::string kBuiltIn =
+    "init true\nsize 6 empty false\n310\tKey Mapper Scan\tKEY_MAPPER_SCAN\t0\n"
+    "311\tKey Mapper R1\tKEY_MAPPER_R1\t0\n744\tKey Mapper L1\tKEY_MAPPER_L1\t0\n"
+    "724\tTrigger Proximity\tTRIGGER_PROXIMITY\t0\n726\tTrigger Wired Left\tTRIGGER_WIRED_LEFT\t0\n"
+    "727\tTrigger Wired Right\tTRIGGER_WIRED_RIGHT\t0\ndeinit\n";
+const std::string kFailed = "init false\nsize 0 empty true\ndeinit\n";
+const std::string kNoFile =
+    std::string("W [Triggers::Init] Unable to load scannerresourceconfig file from : ") +
+    kResourcePath + "\n";
+const std::string kQt =
+    "<QT7BW>\n"
+    "<Key><KeyCode>2D5</KeyCode><friendlyname>Trigger Center</friendlyname>"
+    "<ScannerResource>TRIGGER_CENTER</ScannerResource><MultiScannerSupport>1</MultiScannerSupport>"
+    "</Key>\n<Key><KeyCode>2D6</KeyCode><friendlyname>Trigger Left</friendlyname>"
+    "<ScannerResource>TRIGGER_LEFT</ScannerResource><MultiScannerSupport>1</MultiScannerSupport>"
+    "</Key>\n<Key><KeyCode>2D8</KeyCode><friendlyname>Centre again</friendlyname>"
+    "<ScannerResource>TRIGGER_CENTER</ScannerResource></Key>\n</QT7BW>";
+const std::string kRelabelled =
+    "init true\nsize 3 empty false\n725\tKey Mapper Scan\tKEY_MAPPER_SCAN\t0\n"
+    "726\tTrigger Left\tTRIGGER_LEFT\t1\n728\tKey Mapper Scan\tKEY_MAPPER_SCAN\t0\ndeinit\n";
+const std::string kKept =
+    "init true\nsize 3 empty false\n725\tTrigger Center\tTRIGGER_CENTER\t1\n"
+    "726\tTrigger Left\tTRIGGER_LEFT\t1\n728\tCentre again\tTRIGGER_CENTER\t0\ndeinit\n";
+const std::string kNoImager = "D [Triggers::Init] Product model : 'QT7BW' with no imager\n";
 
-Entry D(const std::string& text) { return {3, kTag, text}; }
-Entry I(const std::string& text) { return {4, kTag, text}; }
-Entry W(const std::string& text) { return {5, kTag, text}; }
-Entry E(const std::string& text) { return {6, kTag, text}; }
+std::string File(const std::string& body) {
+    return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<ScannerResourceConfig>\n" + body +
+           "\n</ScannerResourceConfig>\n";
+}
 
-struct Device {
-    std::string model = "TR52";
-    std::string sku = "TR52HC";
-    std::string resourceFile;  // empty: no file
+std::string NoEntry(const std::string& model, const std::string& sku) {
+    return "W [Triggers::Init] No element in scannerresourceconfig file for the device : " + model +
+           " - " + sku + "\n";
+}
+
+struct Case {
+    const char* what;
+    std::string model, sku, file;  // model empty: the device profile named by `file`
+    Strings args;
+    std::string out;
+    std::string log;  // the library's lines after its "Product model" line; "?": not checked
 };
 
-struct TriggersRun {
-    ProcessResult process;
-    Strings lines;
-    // The library's records after the device facts were gathered, registrations left out.
-    std::vector<Entry> log;
-};
+// The imager look Init starts with, as the caller's options set the imager up.
+std::string ImagerLines(const Strings& args) {
+    if (args[0] == "--no-manager") {
+        return "E [ImagerHIDLProxy::associateImagerHIDL] Unable to get DCHWManager HIDL "
+               "interface.\nE [ImagerHIDLProxy<T>::ImagerHIDLProxy] failed to associate Imager "
+               "HIDL\nE [ImagerHIDLProxy::getEngineID] sp_Imager is Null\n"
+               "D [ImagerHIDLProxy::getEngineID] ScannerID=\n"
+               "I [ImagerHIDLProxy::disAssociateImagerHIDL] disconnected Imager HIDL\n";
+    }
+    const std::string id = args[0] == "--engine" ? args[1] : "31";
+    return "I [ImagerHIDLProxy::associateImagerHIDL] Acquired IImager HIDL interface.\n"
+           "I [ImagerHIDLProxy::getEngineID] getEngineID\n" +
+           std::string(id.empty() ? "E [ImagerHIDLProxy::getEngineID] Error at HIDL Service\n"
+                                  : "") +
+           "D [ImagerHIDLProxy::getEngineID] ScannerID=" + id +
+           "\nI [ImagerHIDLProxy::disAssociateImagerHIDL] disconnected Imager HIDL\n";
+}
 
-TriggersRun RunTriggers(const Device& device, const Strings& args) {
+// Runs the caller on the case's device; returns its output and the library's records from the
+// device facts on (registrations left out), one "P message" line each.
+std::pair<std::string, std::string> RunCase(const Case& c) {
     DeviceRoot root;
     root.AddFile("/system/build.prop",
-                 "ro.board.platform=lahaina\nro.product.name=test\nro.product.model=" +
-                     device.model + "\nro.product.device=" + device.sku +
+                 "ro.board.platform=lahaina\nro.product.name=test\nro.product.model=" + c.model +
+                     "\nro.product.device=" + c.sku +
                      "\nro.product.manufacturer=Tevrin\nro.build.version.release=13\n"
                      "ro.product.cpu.abi=x86_64\n");
     root.AddFile("/system/etc/scanner/ExternalDependencies.xml",
@@ -59,289 +142,108 @@ TriggersRun RunTriggers(const Device& device, const Strings& args) {
                 root.HostPath("/system/lib64/libplatform.orvex.so").c_str()) != 0) {
         throw std::runtime_error("symlink");
     }
-    if (!device.resourceFile.empty()) root.AddFile(kResourcePath, device.resourceFile);
+    if (!c.file.empty()) root.AddFile(kResourcePath, c.file);
     root.SetLogLevel("1");
-
+    const std::string deviceRoot =
+        c.model.empty() ? ORVEX_BUILD_DIR "/sim/profiles/" + c.file : root.path();
     const std::string logPath = root.path() + "/caller.log";
-    TriggersRun run;
-    run.process = RunProcess(ORVEX_BUILD_DIR "/bin/triggers_caller", "triggers_caller", args,
-                             {{"ORVEX_DEVICE_ROOT", root.path()}, {"ORVEX_LOG", logPath}});
-    const std::string& out = run.process.out;
-    for (size_t start = 0; start < out.size();) {
-        size_t end = out.find('\n', start);
-        run.lines.push_back(out.substr(start, end - start));
-        start = end + 1;
+    ProcessResult process =
+        RunProcess(ORVEX_BUILD_DIR "/bin/triggers_caller", "triggers_caller", c.args,
+                   {{"ORVEX_DEVICE_ROOT", deviceRoot}, {"ORVEX_LOG", logPath}});
+    EXPECT_EQ(0, process.exitCode) << process.err;
+    std::string log;
+    for (const orvex::hostlog::Entry& e :
+         FilterTag(WithoutRegistrations(ReadLogFile(logPath)), "ScannerFramework")) {
+        if (log.empty() && e.message.rfind("[DeviceInfo::GetProductModel]", 0) != 0) continue;
+        log += std::string(1, "???DIWEF"[e.priority]) + " " + e.message + "\n";
     }
-    bool facts = false;
-    for (const Entry& e : WithoutRegistrations(ReadLogFile(logPath))) {
-        if (e.tag != kTag) continue;
-        facts = facts || e.message.rfind("[DeviceInfo::GetProductModel]", 0) == 0;
-        if (facts) run.log.push_back(e);
-    }
-    return run;
+    return {process.out, log};
 }
 
-// The records of an Init up to the trigger file, on a device whose imager answers "31".
-std::vector<Entry> InitStart(const Device& device) {
-    return {D("[DeviceInfo::GetProductModel] ProductModel Name " + device.model),
-            D("[DeviceInfo::GetProductSKU] ProductSKU Name " + device.sku),
-            I("[ImagerHIDLProxy::associateImagerHIDL] Acquired IImager HIDL interface."),
-            I("[ImagerHIDLProxy::getEngineID] getEngineID"),
-            D("[ImagerHIDLProxy::getEngineID] ScannerID=31"),
-            I("[ImagerHIDLProxy::disAssociateImagerHIDL] disconnected Imager HIDL"),
-            D("[Triggers::Init] Product model : '" + device.model + "' | Device : '" + device.sku +
-              "'")};
-}
-
-std::vector<Entry> Plus(std::vector<Entry> a, const std::vector<Entry>& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
-const Strings kBuiltIn = {
-    "310\tKey Mapper Scan\tKEY_MAPPER_SCAN\t0",
-    "311\tKey Mapper R1\tKEY_MAPPER_R1\t0",
-    "744\tKey Mapper L1\tKEY_MAPPER_L1\t0",
-    "724\tTrigger Proximity\tTRIGGER_PROXIMITY\t0",
-    "726\tTrigger Wired Left\tTRIGGER_WIRED_LEFT\t0",
-    "727\tTrigger Wired Right\tTRIGGER_WIRED_RIGHT\t0",
-};
-
-Strings Lines(const std::string& first, const Strings& rest) {
-    Strings lines = {first};
-    lines.insert(lines.end(), rest.begin(), rest.end());
-    return lines;
-}
-
-std::string File(const std::string& body) {
-    return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<ScannerResourceConfig>\n" + body +
-           "\n</ScannerResourceConfig>\n";
-}
-
-TEST(Triggers, KeysAreReadInDocumentOrderWithHexCodesAndOnlyOneMeaningMultiScanner) {
-    Device device;
-    device.resourceFile = File(
-        "<TR41><Key><KeyCode>1</KeyCode></Key></TR41>\n"
-        "<TR52>\n"
-        " <Key><KeyCode>136</KeyCode><friendlyname>Trigger Left</friendlyname>"
-        "<ScannerResource>TRIGGER_LEFT</ScannerResource>"
-        "<MultiScannerSupport>1</MultiScannerSupport></Key>\n"
-        " <Other><KeyCode>5</KeyCode></Other>\n"
-        " <Key><ScannerResource>TRIGGER_RIGHT</ScannerResource><KeyCode>0x2D7</KeyCode>"
-        "<MultiScannerSupport>true</MultiScannerSupport>"
-        "<friendlyname>Trigger Right</friendlyname></Key>\n"
-        " <Key><KeyCode>9</KeyCode><Unknown>x</Unknown><KeyCode>1F</KeyCode>"
-        "<MultiScannerSupport>1</MultiScannerSupport><MultiScannerSupport>0</MultiScannerSupport>"
-        "</Key>\n"
-        " <Key/>\n"
-        " <Key><KeyCode>xyz</KeyCode><friendlyname/><ScannerResource></ScannerResource></Key>\n"
-        "</TR52>\n"
-        "<TR52><Key><KeyCode>2</KeyCode></Key></TR52>");
-    TriggersRun run = RunTriggers(device, {"init", "list", "deinit", "list"});
-    EXPECT_EQ(0, run.process.exitCode) << run.process.err;
-    EXPECT_EQ((Strings{"init true", "size 5 empty false", "310\tTrigger Left\tTRIGGER_LEFT\t1",
-                       "727\tTrigger Right\tTRIGGER_RIGHT\t0", "31\t\t\t0", "-1\t\t\t0", "0\t\t\t0",
-                       "deinit", "size 0 empty true"}),
-              run.lines);
-    EXPECT_EQ(InitStart(device), run.log);
-}
-
-TEST(Triggers, ADeviceEntryWithoutKeysGetsTheSixBuiltInTriggers) {
-    struct Case {
-        const char* what;
-        Device device;
-    };
-    const std::vector<Case> cases = {
-        {"empty entry", {"TR52", "TR52HC", File("<TR52/>")}},
-        {"only other elements", {"TR52", "TR52HC", File("<TR52><key/><Keys/></TR52>")}},
+TEST(Triggers, InitReadsTheKeysOfTheDeviceOrFallsBackOrFails) {
+    std::vector<Case> cases = {
+        {"keys in document order, hex codes, only 1 means multi-scanner",
+         "TR52",
+         "TR52HC",
+         File("<TR41><Key><KeyCode>1</KeyCode></Key></TR41>\n<TR52>\n"
+              " <Key><KeyCode>136</KeyCode><friendlyname>Trigger Left</friendlyname>"
+              "<ScannerResource>TRIGGER_LEFT</ScannerResource>"
+              "<MultiScannerSupport>1</MultiScannerSupport></Key>\n"
+              " <Other><KeyCode>5</KeyCode></Other>\n"
+              " <Key><ScannerResource>TRIGGER_RIGHT</ScannerResource><KeyCode>0x2D7</KeyCode>"
+              "<MultiScannerSupport>true</MultiScannerSupport>"
+              "<friendlyname>Trigger Right</friendlyname></Key>\n"
+              " <Key><KeyCode>9</KeyCode><Unknown>x</Unknown><KeyCode>1F</KeyCode>"
+              "<MultiScannerSupport>1</MultiScannerSupport>"
+              "<MultiScannerSupport>0</MultiScannerSupport></Key>\n <Key/>\n"
+              " <Key><KeyCode>xyz</KeyCode><friendlyname/><ScannerResource></ScannerResource>"
+              "</Key>\n</TR52>\n<TR52><Key><KeyCode>2</KeyCode></Key></TR52>"),
+         {"init", "list", "deinit", "list"},
+         "init true\nsize 5 empty false\n310\tTrigger Left\tTRIGGER_LEFT\t1\n"
+         "727\tTrigger Right\tTRIGGER_RIGHT\t0\n31\t\t\t0\n-1\t\t\t0\n0\t\t\t0\ndeinit\n"
+         "size 0 empty true\n",
+         ""},
+        {"empty entry", "TR52", "TR52HC", File("<TR52/>"), kRun, kBuiltIn, ""},
+        {"only other elements", "TR52", "TR52HC", File("<TR52><key/><Keys/></TR52>"), kRun,
+         kBuiltIn, ""},
         // Only one model has the SKU level; for the others a SKU element is just not a key.
-        {"a SKU level on another model",
-         {"TR52", "TR52HC", File("<TR52><TR52HC><Key><KeyCode>1</KeyCode></Key></TR52HC></TR52>")}},
+        {"a SKU level on another model", "TR52", "TR52HC",
+         File("<TR52><TR52HC><Key><KeyCode>1</KeyCode></Key></TR52HC></TR52>"), kRun, kBuiltIn, ""},
+        {"the SKU level of its model", "HX2105x", "HX2105A",
+         File("<HX2105x>\n<Key><KeyCode>1</KeyCode></Key>\n"
+              "<HX2105B><Key><KeyCode>2</KeyCode></Key></HX2105B>\n"
+              "<HX2105A><Key><KeyCode>2D6</KeyCode><friendlyname>Grip</friendlyname>"
+              "<ScannerResource>TRIGGER_GRIP</ScannerResource></Key></HX2105A>\n</HX2105x>"),
+         kRun, "init true\nsize 1 empty false\n726\tGrip\tTRIGGER_GRIP\t0\ndeinit\n", ""},
+        {"no file", "TR52", "TR52HC", "", kRun, kFailed, kNoFile},
+        {"not XML", "TR52", "TR52HC", "<ScannerResourceConfig><TR52>", kRun, kFailed, kNoFile},
+        {"no root element", "TR52", "TR52HC", "<?xml version=\"1.0\"?>\n<!-- none -->\n", kRun,
+         kFailed,
+         "E [Triggers::Init] No root element in scannerresourceconfig file : "
+         "/system/etc/scanner/ScannerResourceConfig.xml\n"},
+        {"no entry for the model", "TR52", "TR52HC", File("<TR41><Key/></TR41>"), kRun, kFailed,
+         NoEntry("TR52", "TR52HC")},
+        {"keys directly under the model that needs its SKU", "HX2105x", "HX2105A",
+         File("<HX2105x><Key><KeyCode>1</KeyCode></Key></HX2105x>"), kRun, kFailed,
+         NoEntry("HX2105x", "HX2105A")},
+        {"no entry for the SKU", "HX2105x", "HX2105A",
+         File("<HX2105x><HX2105B><Key/></HX2105B></HX2105x>"), kRun, kFailed,
+         NoEntry("HX2105x", "HX2105A")},
+        {"a second Init appends; callers may change the list before Deinit",
+         "TR52",
+         "TR52HC",
+         File("<TR52><Key><KeyCode>10</KeyCode><friendlyname>A</friendlyname></Key></TR52>"),
+         {"abstract", "init", "init", "list", "push", "99", "Mine", "CALLER", "drop", "list",
+          "deinit", "list", "init", "list", "deinit"},
+         "Triggers supported\ninit true\ninit true\nsize 2 empty false\n16\tA\t\t0\n16\tA\t\t0\n"
+         "size 2 empty false\n16\tA\t\t0\n99\tMine\tCALLER\t0\ndeinit\nsize 0 empty true\n"
+         "init true\nsize 1 empty false\n16\tA\t\t0\ndeinit\n",
+         "?"},
     };
+    // On the model without imager (engine identifier zero or not a number, or no manager at
+    // all: "-") the centre key becomes the key mapper.
+    for (auto idKept : std::vector<std::pair<const char*, bool>>{{"0", false},
+                                                                 {"000", false},
+                                                                 {"", false},
+                                                                 {"1a", false},
+                                                                 {"-", false},
+                                                                 {"1", true},
+                                                                 {"010", true}}) {
+        Strings args = {"--engine", idKept.first, "init", "list", "deinit"};
+        if (std::string(idKept.first) == "-") args = {"--no-manager", "init", "list", "deinit"};
+        cases.push_back({idKept.first, "QT7BW", "QT7BWA", File(kQt), args,
+                         idKept.second ? kKept : kRelabelled, idKept.second ? "" : kNoImager});
+    }
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        TriggersRun run = RunTriggers(c.device, {"init", "list", "deinit"});
-        EXPECT_EQ(0, run.process.exitCode) << run.process.err;
-        Strings expected = Lines("init true", Lines("size 6 empty false", kBuiltIn));
-        expected.push_back("deinit");
-        EXPECT_EQ(expected, run.lines);
-        EXPECT_EQ(InitStart(c.device), run.log);
-    }
-}
-
-TEST(Triggers, AMissingFileRootOrDeviceEntryFailsWithAnEmptyList) {
-    const std::string path = kResourcePath;
-    struct Case {
-        const char* what;
-        Device device;
-        Entry failure;
-    };
-    const std::vector<Case> cases = {
-        {"no file",
-         {"TR52", "TR52HC", ""},
-         W("[Triggers::Init] Unable to load scannerresourceconfig file from : " + path)},
-        {"not XML",
-         {"TR52", "TR52HC", "<ScannerResourceConfig><TR52>"},
-         W("[Triggers::Init] Unable to load scannerresourceconfig file from : " + path)},
-        {"no root element",
-         {"TR52", "TR52HC", "<?xml version=\"1.0\"?>\n<!-- none -->\n"},
-         E("[Triggers::Init] No root element in scannerresourceconfig file : " + path)},
-        {"no entry for the model",
-         {"TR52", "TR52HC", File("<TR41><Key/></TR41>")},
-         W("[Triggers::Init] No element in scannerresourceconfig file for the device : TR52 - "
-           "TR52HC")},
-        {"keys directly under the model that needs its SKU",
-         {"HX2105x", "HX2105A", File("<HX2105x><Key><KeyCode>1</KeyCode></Key></HX2105x>")},
-         W("[Triggers::Init] No element in scannerresourceconfig file for the device : HX2105x - "
-           "HX2105A")},
-        {"no entry for the SKU",
-         {"HX2105x", "HX2105A", File("<HX2105x><HX2105B><Key/></HX2105B></HX2105x>")},
-         W("[Triggers::Init] No element in scannerresourceconfig file for the device : HX2105x - "
-           "HX2105A")},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        TriggersRun run = RunTriggers(c.device, {"init", "list", "deinit"});
-        EXPECT_EQ(0, run.process.exitCode) << run.process.err;
-        EXPECT_EQ((Strings{"init false", "size 0 empty true", "deinit"}), run.lines);
-        EXPECT_EQ(Plus(InitStart(c.device), {c.failure}), run.log);
-    }
-}
-
-TEST(Triggers, TheSkuLevelOfItsModelHoldsTheKeys) {
-    Device device{"HX2105x", "HX2105A",
-                  File("<HX2105x>\n<Key><KeyCode>1</KeyCode></Key>\n"
-                       "<HX2105B><Key><KeyCode>2</KeyCode></Key></HX2105B>\n"
-                       "<HX2105A><Key><KeyCode>2D6</KeyCode><friendlyname>Grip</friendlyname>"
-                       "<ScannerResource>TRIGGER_GRIP</ScannerResource></Key></HX2105A>\n"
-                       "</HX2105x>")};
-    TriggersRun run = RunTriggers(device, {"init", "list", "deinit"});
-    EXPECT_EQ(0, run.process.exitCode) << run.process.err;
-    EXPECT_EQ((Strings{"init true", "size 1 empty false", "726\tGrip\tTRIGGER_GRIP\t0", "deinit"}),
-              run.lines);
-}
-
-TEST(Triggers, OnTheModelWithoutImagerTheCentreKeyBecomesTheKeyMapper) {
-    const std::string file = File(
-        "<QT7BW>\n"
-        "<Key><KeyCode>2D5</KeyCode><friendlyname>Trigger Center</friendlyname>"
-        "<ScannerResource>TRIGGER_CENTER</ScannerResource>"
-        "<MultiScannerSupport>1</MultiScannerSupport></Key>\n"
-        "<Key><KeyCode>2D6</KeyCode><friendlyname>Trigger Left</friendlyname>"
-        "<ScannerResource>TRIGGER_LEFT</ScannerResource>"
-        "<MultiScannerSupport>1</MultiScannerSupport></Key>\n"
-        "<Key><KeyCode>2D8</KeyCode><friendlyname>Centre again</friendlyname>"
-        "<ScannerResource>TRIGGER_CENTER</ScannerResource></Key>\n"
-        "</QT7BW>");
-    const Strings relabelled = {"725\tKey Mapper Scan\tKEY_MAPPER_SCAN\t0",
-                                "726\tTrigger Left\tTRIGGER_LEFT\t1",
-                                "728\tKey Mapper Scan\tKEY_MAPPER_SCAN\t0"};
-    const Strings kept = {"725\tTrigger Center\tTRIGGER_CENTER\t1",
-                          "726\tTrigger Left\tTRIGGER_LEFT\t1",
-                          "728\tCentre again\tTRIGGER_CENTER\t0"};
-    const Entry noImager = D("[Triggers::Init] Product model : 'QT7BW' with no imager");
-    struct Case {
-        Strings options;
-        Strings list;
-        std::vector<Entry> imagerLog;
-    };
-    auto answered = [](const std::string& id, bool error) {
-        std::vector<Entry> log = {
-            I("[ImagerHIDLProxy::associateImagerHIDL] Acquired IImager HIDL interface."),
-            I("[ImagerHIDLProxy::getEngineID] getEngineID")};
-        if (error) log.push_back(E("[ImagerHIDLProxy::getEngineID] Error at HIDL Service"));
-        log.push_back(D("[ImagerHIDLProxy::getEngineID] ScannerID=" + id));
-        log.push_back(I("[ImagerHIDLProxy::disAssociateImagerHIDL] disconnected Imager HIDL"));
-        return log;
-    };
-    const std::vector<Entry> unreachable = {
-        E("[ImagerHIDLProxy::associateImagerHIDL] Unable to get DCHWManager HIDL interface."),
-        E("[ImagerHIDLProxy<T>::ImagerHIDLProxy] failed to associate Imager HIDL"),
-        E("[ImagerHIDLProxy::getEngineID] sp_Imager is Null"),
-        D("[ImagerHIDLProxy::getEngineID] ScannerID="),
-        I("[ImagerHIDLProxy::disAssociateImagerHIDL] disconnected Imager HIDL")};
-    const std::vector<Case> cases = {
-        {{"--engine", "0"}, relabelled, answered("0", false)},
-        {{"--engine", "000"}, relabelled, answered("000", false)},
-        {{"--engine", ""}, relabelled, answered("", true)},
-        {{"--engine", "1a"}, relabelled, answered("1a", false)},
-        {{"--no-manager"}, relabelled, unreachable},
-        {{"--engine", "1"}, kept, answered("1", false)},
-        {{"--engine", "010"}, kept, answered("010", false)},
-    };
-    Device device{"QT7BW", "QT7BWA", file};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.options.back());
-        Strings args = c.options;
-        args.insert(args.end(), {"init", "list", "deinit"});
-        TriggersRun run = RunTriggers(device, args);
-        EXPECT_EQ(0, run.process.exitCode) << run.process.err;
-        EXPECT_EQ(Lines("init true", Lines("size 3 empty false", c.list)),
-                  Strings(run.lines.begin(), run.lines.end() - 1));
-        std::vector<Entry> expected = {D("[DeviceInfo::GetProductModel] ProductModel Name QT7BW"),
-                                       D("[DeviceInfo::GetProductSKU] ProductSKU Name QT7BWA")};
-        expected = Plus(expected, c.imagerLog);
-        expected.push_back(D("[Triggers::Init] Product model : 'QT7BW' | Device : 'QT7BWA'"));
-        if (c.list == relabelled) expected.push_back(noImager);
-        EXPECT_EQ(expected, run.log);
-    }
-}
-
-TEST(Triggers, ASecondInitAppendsAndCallersMayChangeTheListBeforeDeinit) {
-    Device device;
-    device.resourceFile = File(
-        "<TR52><Key><KeyCode>10</KeyCode><friendlyname>A</friendlyname>"
-        "</Key></TR52>");
-    TriggersRun run =
-        RunTriggers(device, {"abstract", "init", "init", "list", "push", "99", "Mine", "CALLER",
-                             "drop", "list", "deinit", "list", "init", "list", "deinit"});
-    EXPECT_EQ(0, run.process.exitCode) << run.process.err;
-    EXPECT_EQ(
-        (Strings{"Triggers supported", "init true", "init true", "size 2 empty false", "16\tA\t\t0",
-                 "16\tA\t\t0", "size 2 empty false", "16\tA\t\t0", "99\tMine\tCALLER\t0", "deinit",
-                 "size 0 empty true", "init true", "size 1 empty false", "16\tA\t\t0", "deinit"}),
-        run.lines);
-}
-
-}  // namespace
-
-namespace {
-
-TEST(Triggers, TheDeviceProfilesListTheirOwnKeys) {
-    struct Case {
-        const char* profile;
-        Strings options;
-        Strings list;
-    };
-    const std::vector<Case> cases = {
-        {"default",
-         {},
-         {"726\tTrigger Left\tTRIGGER_LEFT\t1", "727\tTrigger Right\tTRIGGER_RIGHT\t1",
-          "725\tTrigger Center\tTRIGGER_CENTER\t0"}},
-        {"tr41",
-         {},
-         {"726\tTrigger Left\tTRIGGER_LEFT\t0", "727\tTrigger Right\tTRIGGER_RIGHT\t0"}},
-        {"HX2105x",
-         {},
-         {"725\tTrigger Center\tTRIGGER_CENTER\t1", "728\tTrigger Grip\tTRIGGER_GRIP\t0"}},
-        {"QT7BW",
-         {"--no-imager"},
-         {"725\tKey Mapper Scan\tKEY_MAPPER_SCAN\t0", "311\tKey Mapper R1\tKEY_MAPPER_R1\t0"}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.profile);
-        TempDir logDir;
-        Strings args = c.options;
-        args.insert(args.end(), {"init", "list", "deinit"});
-        ProcessResult process = RunProcess(
-            ORVEX_BUILD_DIR "/bin/triggers_caller", "triggers_caller", args,
-            {{"ORVEX_DEVICE_ROOT", ORVEX_BUILD_DIR "/sim/profiles/" + std::string(c.profile)},
-             {"ORVEX_LOG", logDir.path() + "/caller.log"}});
-        EXPECT_EQ(0, process.exitCode) << process.err;
-        std::string expected =
-            "init true\nsize " + std::to_string(c.list.size()) + " empty false\n";
-        for (const std::string& line : c.list) expected += line + "\n";
-        EXPECT_EQ(expected + "deinit\n", process.out);
+        std::pair<std::string, std::string> run = RunCase(c);
+        EXPECT_EQ(c.out, run.first);
+        if (c.log == "?") continue;
+        EXPECT_EQ("D [DeviceInfo::GetProductModel] ProductModel Name " + c.model +
+                      "\nD [DeviceInfo::GetProductSKU] ProductSKU Name " + c.sku + "\n" +
+                      ImagerLines(c.args) + "D [Triggers::Init] Product model : '" + c.model +
+                      "' | Device : '" + c.sku + "'\n" + c.log,
+                  run.second);
     }
 }
 

@@ -20,7 +20,6 @@
 //     deinit           Deinit; prints "deinit"
 
 #include <dlfcn.h>
-#include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -33,45 +32,35 @@
 #include "PlatformModuleInterfaces.h"
 
 // An entry made by the caller.
-class CallerTrigger : public odk::ITriggerInfo {
-  public:
-    CallerTrigger(int code, std::string name, std::string resource)
-        : mCode(code), mName(std::move(name)), mResource(std::move(resource)) {}
-    int GetScanCode() override { return mCode; }
-    const char* GetFriendlyName() override { return mName.c_str(); }
-    const char* GetScannerResource() override { return mResource.c_str(); }
-    bool IsMultiScannerSupported() override { return mMulti; }
-    void SetScanCode(int code) override { mCode = code; }
-    void SetFriendlyName(const char* name) override { mName = name; }
-    void SetScannerResource(const char* resource) override { mResource = resource; }
-    void SetMultiScannerSupport(bool multi) override { mMulti = multi; }
-
-  private:
-    int mCode;
-    std::string mName;
-    std::string mResource;
-    bool mMulti = false;
+struct CallerTrigger : public odk::ITriggerInfo {
+    CallerTrigger(int c, const char* n, const char* r) : code(c), name(n), resource(r) {}
+    int GetScanCode() override { return code; }
+    const char* GetFriendlyName() override { return name.c_str(); }
+    const char* GetScannerResource() override { return resource.c_str(); }
+    bool IsMultiScannerSupported() override { return multi; }
+    void SetScanCode(int value) override { code = value; }
+    void SetFriendlyName(const char* value) override { name = value; }
+    void SetScannerResource(const char* value) override { resource = value; }
+    void SetMultiScannerSupport(bool value) override { multi = value; }
+    int code;
+    std::string name, resource;
+    bool multi = false;
 };
 
 int main(int argc, char** argv) {
     std::string engineId = "31";
     bool manager = true;
     bool imager = true;
-    int first = 1;
-    for (; first < argc && argv[first][0] == '-'; ++first) {
-        std::string option = argv[first];
-        if (option == "--engine" && first + 1 < argc) {
-            engineId = argv[++first];
-        } else if (option == "--no-imager") {
-            imager = false;
-        } else if (option == "--no-manager") {
-            manager = false;
+    int i = 1;
+    for (; i < argc && argv[i][0] == '-'; ++i) {
+        std::string option = argv[i];
+        if (option == "--engine" && i + 1 < argc) {
+            engineId = argv[++i];
         } else {
-            fprintf(stderr, "bad option %s\n", option.c_str());
-            return 2;
+            imager = imager && option != "--no-imager";
+            manager = manager && option != "--no-manager";
         }
     }
-
     orvex::sim::HardwareManagerSim sim(false);
     sim.AddBuilder([&](orvex::sim::FakeDCHWManager& dchw) {
         if (!imager) return;
@@ -84,22 +73,15 @@ int main(int argc, char** argv) {
     if (manager) sim.Start();
 
     void* lib = dlopen(ORVEX_BUILD_DIR "/lib/libplatform.orvex.so", RTLD_NOW | RTLD_LOCAL);
-    if (lib == nullptr) {
-        fprintf(stderr, "dlopen: %s\n", dlerror());
-        return 3;
-    }
+    if (lib == nullptr) return 3;
     auto create = reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag, const char*)>(
         dlsym(lib, "GetPlatformModule"));
     auto abstracted = reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag)>(
         dlsym(lib, "GetAbstractedPlatformModule"));
     auto destroy = reinterpret_cast<void (*)(IPlatformModule*)>(dlsym(lib, "DeletePlatformModule"));
-    if (create == nullptr || abstracted == nullptr || destroy == nullptr) {
-        fprintf(stderr, "missing export\n");
-        return 3;
-    }
+    if (create == nullptr || abstracted == nullptr || destroy == nullptr) return 3;
 
     ITriggersModule* module = nullptr;
-    int i = first;
     if (i < argc && std::string(argv[i]) == "abstract") {
         module = static_cast<ITriggersModule*>(abstracted(PLATFORM_MODULE_TRIGGERS));
         if (module != nullptr) {
@@ -110,10 +92,7 @@ int main(int argc, char** argv) {
     } else {
         module = static_cast<ITriggersModule*>(create(PLATFORM_MODULE_TRIGGERS, "Triggers"));
     }
-    if (module == nullptr) {
-        fprintf(stderr, "no Triggers module\n");
-        return 3;
-    }
+    if (module == nullptr) return 3;
     odk::List<odk::ITriggerInfo*>* list = module->GetTriggerInfo();
     for (; i < argc; ++i) {
         std::string cmd = argv[i];
@@ -127,20 +106,15 @@ int main(int argc, char** argv) {
                        info->GetScannerResource(), info->IsMultiScannerSupported() ? 1 : 0);
             }
         } else if (cmd == "push" && i + 3 < argc) {
-            int code = atoi(argv[i + 1]);
-            odk::ITriggerInfo* entry = new CallerTrigger(code, argv[i + 2], argv[i + 3]);
-            list->push_back(entry);
+            list->push_back(new CallerTrigger(atoi(argv[i + 1]), argv[i + 2], argv[i + 3]));
             i += 3;
-        } else if (cmd == "drop") {
-            if (!list->empty()) {
-                delete list->begin();
-                list->remove();
-            }
+        } else if (cmd == "drop" && !list->empty()) {
+            delete list->begin();
+            list->remove();
         } else if (cmd == "deinit") {
             module->Deinit();
             printf("deinit\n");
         } else {
-            fprintf(stderr, "bad command %s\n", cmd.c_str());
             return 2;
         }
         fflush(stdout);
