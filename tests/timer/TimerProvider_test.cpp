@@ -1,14 +1,22 @@
-// The timer service on real time. Deadlines are far apart compared with the lateness a loaded
-// machine shows, and results are checked by order and by lower bounds, never by "within N ms".
+// The timer service on real time, in-process against a device root of its own whose
+// external-dependencies file names the pipe (death-test children reuse their parent's root), and
+// where the pipe comes from, seen from fresh processes with their own device roots. Deadlines
+// are far apart compared with the lateness a loaded machine shows, and results are checked by
+// order and by lower bounds, never by "within N ms".
 
 #include "TimerProvider.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -19,11 +27,14 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using orvex::hostlog::Entry;
 using orvex::test::AssertionRegex;
+using orvex::test::DeviceRoot;
 using std::chrono::milliseconds;
 
 constexpr const char* kSource = "device/common/platform_bundle/dependencies/Utils/TimerProvider";
-constexpr auto kTimeout = std::chrono::seconds(20);
+constexpr const char* kDepsPath = "/system/etc/scanner/ExternalDependencies.xml";
+constexpr const char* kOwnRootVariable = "ORVEX_TIMER_TEST_ROOT";
 
 // What the callbacks saw, in order. The context of every timer in a test.
 class Recorder {
@@ -43,28 +54,26 @@ class Recorder {
                 {timer, Clock::now(), std::this_thread::get_id(), timer->p_Context});
         }
         recorder->changed_.notify_all();
-        if (auto then = recorder->then_.load()) then(timer);
+        if (auto then = recorder->then.load()) then(timer);
     }
-
-    // Runs on the callback thread after each firing is recorded.
-    void Then(void (*action)(TimerProvider*)) { then_ = action; }
 
     // Waits until `count` firings were recorded; false on time-out.
     bool WaitFor(size_t count) {
         std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, kTimeout, [&] { return firings_.size() >= count; });
+        return changed_.wait_for(lock, std::chrono::seconds(20),
+                                 [&] { return firings_.size() >= count; });
     }
-
     std::vector<Firing> Firings() {
         std::lock_guard<std::mutex> lock(mutex_);
         return firings_;
     }
 
+    std::atomic<void (*)(TimerProvider*)> then{nullptr};  // runs after each firing is recorded
+
   private:
     std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<Firing> firings_;
-    std::atomic<void (*)(TimerProvider*)> then_{nullptr};
 };
 
 class TimerProviderTest : public ::testing::Test {
@@ -79,115 +88,39 @@ class TimerProviderTest : public ::testing::Test {
     Recorder recorder;
 };
 
-TEST_F(TimerProviderTest, FiresOnceOnTheCallbackThreadAndAgainOnlyAfterTheNextStart) {
-    TimerProvider* timer = Create(1500);
-    EXPECT_FALSE(timer->IsStarted());
-    const Clock::time_point started = Clock::now();
-    timer->Start();
-    EXPECT_TRUE(timer->IsStarted());
-    EXPECT_EQ(1, timer->ts_TimerSpec.it_value.tv_sec);
-    EXPECT_EQ(500000000, timer->ts_TimerSpec.it_value.tv_nsec);
-    EXPECT_EQ(0, timer->ts_TimerSpec.it_interval.tv_sec);
-    EXPECT_EQ(0, timer->ts_TimerSpec.it_interval.tv_nsec);
-
-    ASSERT_TRUE(recorder.WaitFor(1));
-    std::vector<Recorder::Firing> firings = recorder.Firings();
-    EXPECT_EQ(timer, firings[0].timer);
-    EXPECT_EQ(&recorder, firings[0].context);
-    EXPECT_NE(std::this_thread::get_id(), firings[0].thread);
-    EXPECT_GE(firings[0].at - started, milliseconds(1490));
-    EXPECT_FALSE(timer->IsStarted());
-
-    // One-shot: nothing more until the next Start.
-    std::this_thread::sleep_for(milliseconds(1700));
-    EXPECT_EQ(1u, recorder.Firings().size());
-    timer->Start();
-    ASSERT_TRUE(recorder.WaitFor(2));
-    EXPECT_EQ(timer, recorder.Firings()[1].timer);
-}
-
-TEST_F(TimerProviderTest, ExpiryLeavesTheWaitLockSignalledForTheNextRequest) {
-    TimerProvider* timer = Create(10);
-    timer->Start();
-    ASSERT_TRUE(recorder.WaitFor(1));
-    // The expiry stopped the timer and signalled; nobody waited. The next Start takes that
-    // signal and returns at once, and the timer is armed all the same.
-    EXPECT_TRUE(timer->p_WaitLock->IsSignalled());
-    timer->Start();
-    ASSERT_TRUE(recorder.WaitFor(2));
-}
-
-TEST_F(TimerProviderTest, StartOnAStartedTimerKeepsTheFirstDeadline) {
+TEST_F(TimerProviderTest, OneShotsFireInDeadlineOrderOnTheCallbackThreadAndStopDisarms) {
+    TimerProvider* early = Create(300);
     TimerProvider* restarted = Create(1000);
     TimerProvider* witness = Create(1250);
-    restarted->Start();
-    witness->Start();
-    std::this_thread::sleep_for(milliseconds(500));
-    restarted->Start();  // a new deadline would be 1500 ms, after the witness
-    ASSERT_TRUE(recorder.WaitFor(2));
-    std::vector<Recorder::Firing> firings = recorder.Firings();
-    EXPECT_EQ(restarted, firings[0].timer);
-    EXPECT_EQ(witness, firings[1].timer);
-}
-
-TEST_F(TimerProviderTest, StopDisarmsAndCallbacksRunInExpiryOrder) {
+    TimerProvider* late = Create(1750);
     TimerProvider* stopped = Create(600);
-    TimerProvider* late = Create(1500);
-    TimerProvider* early = Create(300);
-    stopped->Start();
-    late->Start();
-    early->Start();
+    EXPECT_FALSE(witness->IsStarted());
+    const Clock::time_point started = Clock::now();
+    for (TimerProvider* timer : {late, witness, restarted, stopped, early}) timer->Start();
+    EXPECT_TRUE(witness->IsStarted());
+    EXPECT_EQ(1, witness->ts_TimerSpec.it_value.tv_sec);
+    EXPECT_EQ(250000000, witness->ts_TimerSpec.it_value.tv_nsec);
+    EXPECT_EQ(0, witness->ts_TimerSpec.it_interval.tv_sec);
+    EXPECT_EQ(0, witness->ts_TimerSpec.it_interval.tv_nsec);
     stopped->Stop();
     EXPECT_FALSE(stopped->IsStarted());
     stopped->Stop();  // not started: returns at once
-    ASSERT_TRUE(recorder.WaitFor(2));
+    std::this_thread::sleep_for(milliseconds(500));
+    restarted->Start();  // a new deadline would be 1500 ms, after the witness
+
+    ASSERT_TRUE(recorder.WaitFor(4));
     std::vector<Recorder::Firing> firings = recorder.Firings();
-    ASSERT_EQ(2u, firings.size());
-    EXPECT_EQ(early, firings[0].timer);
-    EXPECT_EQ(late, firings[1].timer);
+    std::vector<TimerProvider*> order;
+    for (const Recorder::Firing& f : firings) order.push_back(f.timer);
+    EXPECT_EQ((std::vector<TimerProvider*>{early, restarted, witness, late}), order);
+    EXPECT_EQ(&recorder, firings[2].context);
+    EXPECT_NE(std::this_thread::get_id(), firings[2].thread);
+    EXPECT_GE(firings[2].at - started, milliseconds(1240));
+    EXPECT_FALSE(witness->IsStarted());
 
     stopped->Start();
-    ASSERT_TRUE(recorder.WaitFor(3));
-    EXPECT_EQ(stopped, recorder.Firings()[2].timer);
-}
-
-TEST_F(TimerProviderTest, CallbackMayRestartItsOwnTimer) {
-    TimerProvider* timer = Create(20);
-    recorder.Then([](TimerProvider* t) { t->Start(); });
-    timer->Start();
-    ASSERT_TRUE(recorder.WaitFor(3));
-    recorder.Then(nullptr);
-}
-
-TEST_F(TimerProviderTest, DestroyFromItsOwnCallbackWaitsUntilTheCallbackReturns) {
-    testing::internal::CaptureStdout();
-    TimerProvider* timer = Create(10);
-    recorder.Then([](TimerProvider* t) {
-        TimerProvider::DestroyTimer(t);
-        // Give the timer thread time to act on the request; the timer must still be whole.
-        std::this_thread::sleep_for(milliseconds(100));
-        EXPECT_NE(nullptr, t->p_Context);
-        EXPECT_EQ(10, t->n_IntervalMs);
-    });
-    timer->Start();
-    ASSERT_TRUE(recorder.WaitFor(1));
-    TimerProvider::DeInitialize();
-    EXPECT_EQ("Destroying timer\n", testing::internal::GetCapturedStdout());
-}
-
-TEST_F(TimerProviderTest, EndingTheServiceDestroysEveryTimerLeft) {
-    testing::internal::CaptureStdout();
-    TimerProvider::DestroyTimer(nullptr);
-    Create(100000);
-    Create(100000)->Start();
-    TimerProvider::DestroyTimer(Create(100000));
-    TimerProvider::DeInitialize();
-    EXPECT_EQ("Destroying timer\nDestroying timer\nDestroying timer\n",
-              testing::internal::GetCapturedStdout());
-    EXPECT_EQ(-1, TimerProvider::ms_EpollReadFd);
-    EXPECT_EQ(-1, TimerProvider::ms_EpollWriteFd);
-    EXPECT_EQ(-1, TimerProvider::ms_efd);
-    EXPECT_EQ(nullptr, TimerProvider::tq_CallbacktransferQueue);
+    ASSERT_TRUE(recorder.WaitFor(5));
+    EXPECT_EQ(stopped, recorder.Firings()[4].timer);
 }
 
 // Writes one raw request, as a caller thread does.
@@ -200,96 +133,112 @@ void SendRaw(uint32_t kind, const void* timer) {
     ASSERT_EQ(16, write(TimerProvider::ms_EpollWriteFd, &message, sizeof message));
 }
 
-TEST_F(TimerProviderTest, LateNewsOfAnUnknownTimerIsIgnored) {
+TEST_F(TimerProviderTest, LateNewsIsIgnoredAndExpiryLeavesTheWaitLockSignalledForARestart) {
     int stranger = 0;
-    SendRaw(4, &stranger);  // callback returned
+    SendRaw(4, &stranger);  // callback returned, of timers the service does not know
     SendRaw(4, nullptr);
     TimerProvider* timer = Create(10);
     timer->Start();
     ASSERT_TRUE(recorder.WaitFor(1));
+    // The expiry stopped the timer and signalled; nobody waited. The next Start takes that
+    // signal and returns at once, and the timer is armed all the same.
+    EXPECT_TRUE(timer->p_WaitLock->IsSignalled());
+    timer->Start();
+    ASSERT_TRUE(recorder.WaitFor(2));
+    // A callback may start its own timer again.
+    recorder.then = [](TimerProvider* t) { t->Start(); };
+    timer->Start();
+    ASSERT_TRUE(recorder.WaitFor(5));
+    recorder.then = nullptr;
 }
 
-TEST(TimerProviderDeathTest, RequestTheTimerThreadCannotHonourEndsTheProcess) {
-    struct Case {
+TEST_F(TimerProviderTest, DestroyFromItsOwnCallbackWaitsAndEndingTheServiceDestroysTheRest) {
+    testing::internal::CaptureStdout();
+    TimerProvider::DestroyTimer(nullptr);
+    Create(100000);
+    Create(100000)->Start();
+    TimerProvider::DestroyTimer(Create(100000));
+    recorder.then = [](TimerProvider* t) {
+        TimerProvider::DestroyTimer(t);
+        // Give the timer thread time to act on the request; the timer must still be whole.
+        std::this_thread::sleep_for(milliseconds(100));
+        EXPECT_NE(nullptr, t->p_Context);
+        EXPECT_EQ(10, t->n_IntervalMs);
+    };
+    Create(10)->Start();
+    ASSERT_TRUE(recorder.WaitFor(1));
+    TimerProvider::DeInitialize();
+    EXPECT_EQ("Destroying timer\nDestroying timer\nDestroying timer\nDestroying timer\n",
+              testing::internal::GetCapturedStdout());
+    EXPECT_EQ(-1, TimerProvider::ms_EpollReadFd);
+    EXPECT_EQ(-1, TimerProvider::ms_EpollWriteFd);
+    EXPECT_EQ(-1, TimerProvider::ms_efd);
+    EXPECT_EQ(nullptr, TimerProvider::tq_CallbacktransferQueue);
+}
+
+TimerProvider* NewTimer() {
+    return TimerProvider::CreateNewTimer(
+        1000, [](TimerProvider*) {}, nullptr);
+}
+
+TEST(TimerProviderDeathTest, RequestTheServiceCannotHonourEndsTheProcess) {
+    static int stranger;  // an address the service never saw
+    const struct {
         const char* what;
-        uint32_t kind;
-        bool known;  // a registered timer, or an address the service never saw
-        std::string description;
+        void (*body)();
+        const char* description;
         int line;
     } cases[] = {
-        {"unknown kind", 6, true,
+        {"unknown kind", [] { SendRaw(6, NewTimer()); },
          "[TimerProvider::ThreadProc] Unknown message sent to Timer thread 6", 469},
-        {"start unknown", 0, false,
+        {"start unknown", [] { SendRaw(0, &stranger); },
          "[TimerProvider::OnStartTimer] Trying to start a timer which is already destroyed", 275},
-        {"stop unknown", 1, false, "Trying to stop a timer which is already destroyed", 325},
-        {"destroy unknown", 2, false,
+        {"stop unknown", [] { SendRaw(1, &stranger); },
+         "Trying to stop a timer which is already destroyed", 325},
+        {"destroy unknown", [] { SendRaw(2, &stranger); },
          "[TimerProvider::OnDestroyTimer] Trying to destroy a timer which is already destroyed",
          233},
-        {"create twice", 3, true, "[TimerProvider::OnCreateTimer] Timer already registered", 224},
+        {"create twice", [] { SendRaw(3, NewTimer()); },
+         "[TimerProvider::OnCreateTimer] Timer already registered", 224},
+        {"destroy twice",
+         [] {
+             TimerProvider* timer = NewTimer();
+             TimerProvider::DestroyTimer(timer);
+             TimerProvider::DestroyTimer(timer);
+         },
+         "[TimerProvider::OnDestroyTimer] Trying to destroy a timer which is already destroyed",
+         233},
+        {"deinitialize from the callback thread",
+         [] {
+             TimerProvider::CreateNewTimer(
+                 10, [](TimerProvider*) { TimerProvider::DeInitialize(); }, nullptr)
+                 ->Start();
+         },
+         "[TimerProvider::DeInitialize] Deinitialize should not be called from the callback "
+         "thread",
+         107},
+        {"unknown callback message",
+         [] {
+             TimerProvider::tq_CallbacktransferQueue->Push(new TimerProvider::Message{7, nullptr});
+         },
+         "[TimerProvider::CallbackProc] Unknown ID received to the callback proc", 545},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         EXPECT_DEATH(
             {
                 TimerProvider::Initialize();
-                static int stranger;
-                TimerProvider* timer = TimerProvider::CreateNewTimer(
-                    1000, [](TimerProvider*) {}, nullptr);
-                SendRaw(c.kind, c.known ? static_cast<void*>(timer) : &stranger);
+                c.body();
                 sleep(30);
             },
             AssertionRegex(c.description, kSource, c.line));
     }
-}
-
-TEST(TimerProviderDeathTest, DestroyingTwiceEndsTheProcess) {
-    EXPECT_DEATH(
-        {
-            TimerProvider::Initialize();
-            TimerProvider* timer = TimerProvider::CreateNewTimer(
-                1000, [](TimerProvider*) {}, nullptr);
-            TimerProvider::DestroyTimer(timer);
-            TimerProvider::DestroyTimer(timer);
-            sleep(30);
-        },
-        AssertionRegex(
-            "[TimerProvider::OnDestroyTimer] Trying to destroy a timer which is already destroyed",
-            kSource, 233));
-}
-
-TEST(TimerProviderDeathTest, DeInitializeFromTheCallbackThreadEndsTheProcess) {
-    EXPECT_DEATH(
-        {
-            TimerProvider::Initialize();
-            TimerProvider::CreateNewTimer(
-                10, [](TimerProvider*) { TimerProvider::DeInitialize(); }, nullptr)
-                ->Start();
-            sleep(30);
-        },
-        AssertionRegex("[TimerProvider::DeInitialize] Deinitialize should not be called from "
-                       "the callback thread",
-                       kSource, 107));
-}
-
-TEST(TimerProviderDeathTest, UnknownCallbackMessageEndsTheProcess) {
-    EXPECT_DEATH(
-        {
-            TimerProvider::Initialize();
-            TimerProvider::tq_CallbacktransferQueue->Push(new TimerProvider::Message{7, nullptr});
-            sleep(30);
-        },
-        AssertionRegex("[TimerProvider::CallbackProc] Unknown ID received to the callback proc",
-                       kSource, 545));
-}
-
-TEST(TimerProviderDeathTest, MissingPipeForRequestsEndsTheProcess) {
     const std::string pipe =
         std::string(getenv("ORVEX_DEVICE_ROOT")) + "/data/local/tmp/sctimerfifo";
     EXPECT_DEATH(
         {
             unlink(pipe.c_str());
-            TimerProvider::CreateNewTimer(
-                10, [](TimerProvider*) {}, nullptr);
+            NewTimer();
         },
         orvex::test::LiteralRegex(
             " E ScannerFramework: [TimerProvider::InitializeModule] open errno: 2\n") +
@@ -299,4 +248,115 @@ TEST(TimerProviderDeathTest, MissingPipeForRequestsEndsTheProcess) {
                 kSource, 155));
 }
 
+std::string Dependencies(const std::string& files) {
+    return "<ExternalDependencies><files>" + files +
+           "</files><binaries/><properties/></ExternalDependencies>\n";
+}
+
+// The service's own records: the library's load-time lines (log level, settings store, module
+// registrations) are left out.
+std::vector<Entry> ServiceLog(const std::vector<Entry>& log) {
+    std::vector<Entry> out;
+    for (const Entry& e : log) {
+        if (e.tag != "ScannerFramework" && e.tag != "####ASSERTION#####") continue;
+        if (e.message.rfind("[ComponentIndex::AddPlatformModule]", 0) == 0) continue;
+        out.push_back(e);
+    }
+    return out;
+}
+
+TEST(TimerProviderPipe, NamedThroughTheResolverReusedWhenLeftOverAndEndsTheProcessIfUncreatable) {
+    const std::string fileEntry =
+        "<file><name>sctimerfifo</name><absolutepath>true</absolutepath>"
+        "<path>/data/vendor/scanner/timer.fifo</path></file>";
+    const struct {
+        const char* what;
+        std::string files;
+        std::string buildProp;
+        bool leftOver;
+        const char* pipe;  // none: the process ends
+        std::vector<Entry> log;
+    } cases[] = {
+        {"file entry", fileEntry, "", false, "/data/vendor/scanner/timer.fifo", {}},
+        {"left over",
+         fileEntry,
+         "",
+         true,
+         "/data/vendor/scanner/timer.fifo",
+         {{3, "ScannerFramework",
+           "[TimerProvider::Initialize] Named pipe already exists. Not creating.\n"}}},
+        {"property",
+         "",
+         "sctimerfifo=/data/vendor/scanner/prop.fifo\n",
+         false,
+         "/data/vendor/scanner/prop.fifo",
+         {}},
+        {"not configured", "", "", false, "/data/local/tmp/sctimerfifo", {}},
+        {"cannot be created",
+         "<file><name>sctimerfifo</name><path>/missing/dir/fifo</path></file>",
+         "",
+         false,
+         nullptr,
+         {{6, "ScannerFramework",
+           "[TimerProvider::Initialize] Error while creating Named pipe. (return:-1, errno:2)\n"},
+          {7, "####ASSERTION#####",
+           "This is not my fault, Something else has malfunctioned - Sincerly ScanningService\n"},
+          {7, "####ASSERTION#####",
+           "ERROR DESCRIPTION: [TimerProvider::Initialize] Error while creating Named pipe.\n"},
+          {7, "####ASSERTION#####",
+           "ASSERTING AT device/common/platform_bundle/dependencies/Utils/TimerProvider:71 \n"}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        DeviceRoot root;
+        root.SetLogLevel("3");
+        root.AddFile(kDepsPath, Dependencies(c.files));
+        root.AddFile("/system/build.prop", c.buildProp);
+        root.AddDir("/data/vendor/scanner");
+        root.AddDir("/data/local/tmp");
+        if (c.leftOver) {
+            ASSERT_EQ(0, mkfifo(root.HostPath(c.pipe).c_str(), 0600));
+        }
+
+        orvex::test::CallerRun run = orvex::test::RunCaller(root, {"timer", "20"});
+        if (c.pipe != nullptr) {
+            EXPECT_EQ(0, run.process.exitCode) << run.process.err;
+            // The service ends with the timer still registered.
+            EXPECT_EQ("fired\nDestroying timer\n", run.process.out);
+            struct stat st;
+            ASSERT_EQ(0, stat(root.HostPath(c.pipe).c_str(), &st));
+            EXPECT_TRUE(S_ISFIFO(st.st_mode));
+            EXPECT_EQ(0600u, st.st_mode & 0777);
+        } else {
+            EXPECT_EQ(SIGABRT, run.process.termSignal);
+        }
+        EXPECT_EQ(c.log, ServiceLog(run.log));
+    }
+}
+
 }  // namespace
+
+int main(int argc, char** argv) {
+    // The resolver puts the process name into a 128-byte directory path; a test binary deep in a
+    // build tree would overflow it and end the process, so the suite runs under a short name.
+    if (strlen(argv[0]) > 60) {
+        argv[0] = const_cast<char*>("/proc/self/exe");
+        execv("/proc/self/exe", argv);
+        return 127;
+    }
+    std::unique_ptr<DeviceRoot> root;
+    if (getenv(kOwnRootVariable) == nullptr) {
+        root.reset(new DeviceRoot);
+        root->AddFile(kDepsPath, Dependencies("<file><name>sctimerfifo</name><absolutepath>true"
+                                              "</absolutepath><path>/data/local/tmp/sctimerfifo"
+                                              "</path></file>"));
+        root->AddDir("/data/local/tmp");
+        setenv("ORVEX_DEVICE_ROOT", root->path().c_str(), 1);
+        setenv(kOwnRootVariable, root->path().c_str(), 1);
+    }
+    testing::InitGoogleTest(&argc, argv);
+    // Each death test child starts afresh, so the service threads of earlier tests do not follow
+    // it through fork.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    return RUN_ALL_TESTS();
+}
