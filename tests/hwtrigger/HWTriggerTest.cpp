@@ -1,7 +1,6 @@
 // The hardware trigger module against the simulated hardware manager: connection, key
 // events from the queue, commands, release, and recovery from the service's death.
 
-#include <android/log.h>
 #include <dirent.h>
 #include <gtest/gtest.h>
 #include <orvex/hidl_registry.h>
@@ -10,7 +9,6 @@
 #include <unistd.h>
 
 #include <condition_variable>
-#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -33,18 +31,12 @@ extern "C" const char* __lsan_default_suppressions() {
 
 namespace {
 
-using orvex::hostlog::Entry;
 using orvex::sim::FakeTrigger;
 using orvex::sim::HardwareManagerSim;
+using Strings = std::vector<std::string>;
 
-constexpr auto kWait = std::chrono::seconds(10);
-constexpr int D = ANDROID_LOG_DEBUG;
-constexpr int I = ANDROID_LOG_INFO;
-constexpr int E = ANDROID_LOG_ERROR;
-
-Entry Log(int priority, const std::string& text) {
-    return Entry{priority, "ScannerFramework", text};
-}
+constexpr const char* kAcquired = "D [IDCHWManager] Acquired ITrigger interface.";
+constexpr const char* kReaderExit = "I KeyListner Breaking now+";
 
 size_t CountEntries(const char* dir) {
     size_t n = 0;
@@ -54,57 +46,37 @@ size_t CountEntries(const char* dir) {
     return n;
 }
 
-struct KeyEvent {
-    bool key;  // OnKeyEvent, else OnPreKeyEvent
-    unsigned first;
-    unsigned second;
-    bool operator==(const KeyEvent& o) const {
-        return key == o.key && first == o.first && second == o.second;
-    }
-};
-
-std::ostream& operator<<(std::ostream& os, const KeyEvent& e) {
-    return os << (e.key ? "key(" : "prekey(") << e.first << ", " << e.second << ")";
-}
-
+// Events as "key A B" (OnKeyEvent) or "prekey A B", with the thread each came on.
 class RecordingCallback : public ITriggerKeyEventWrapperCallBack {
   public:
-    void OnKeyEvent(unsigned int type, unsigned int value) override { Add({true, type, value}); }
-    void OnPreKeyEvent(unsigned int type, unsigned int value) override {
-        Add({false, type, value});
-    }
-
-    bool WaitFor(size_t count) {
+    struct Seen {
+        Strings events;
+        std::vector<std::thread::id> threads;
+        bool onRpcThread = false;
+    };
+    void OnKeyEvent(unsigned int a, unsigned int b) override { Add("key", a, b); }
+    void OnPreKeyEvent(unsigned int a, unsigned int b) override { Add("prekey", a, b); }
+    // What came, once `count` events have (or after a time-out, what came by then).
+    Seen WaitFor(size_t count) {
         std::unique_lock<std::mutex> lock(mLock);
-        return mChanged.wait_for(lock, kWait, [&] { return mEvents.size() >= count; });
-    }
-    std::vector<KeyEvent> Events() {
-        std::lock_guard<std::mutex> lock(mLock);
-        return mEvents;
-    }
-    std::vector<std::thread::id> Threads() {
-        std::lock_guard<std::mutex> lock(mLock);
-        return mThreads;
-    }
-    bool AnyOnRpcThread() {
-        std::lock_guard<std::mutex> lock(mLock);
-        return mOnRpcThread;
+        mChanged.wait_for(lock, std::chrono::seconds(10),
+                          [&] { return mSeen.events.size() >= count; });
+        return mSeen;
     }
 
   private:
-    void Add(const KeyEvent& e) {
+    void Add(const char* kind, unsigned int a, unsigned int b) {
         std::lock_guard<std::mutex> lock(mLock);
-        mEvents.push_back(e);
-        mThreads.push_back(std::this_thread::get_id());
-        mOnRpcThread = mOnRpcThread || orvex::hidl::OnRpcThread();
+        mSeen.events.push_back(std::string(kind) + " " + std::to_string(a) + " " +
+                               std::to_string(b));
+        mSeen.threads.push_back(std::this_thread::get_id());
+        mSeen.onRpcThread = mSeen.onRpcThread || orvex::hidl::OnRpcThread();
         mChanged.notify_all();
     }
 
     std::mutex mLock;
     std::condition_variable mChanged;
-    std::vector<KeyEvent> mEvents;
-    std::vector<std::thread::id> mThreads;
-    bool mOnRpcThread = false;
+    Seen mSeen;
 };
 
 class HWTriggerTest : public ::testing::Test {
@@ -116,49 +88,49 @@ class HWTriggerTest : public ::testing::Test {
         ASSERT_NE(mModule, nullptr);
     }
 
-    // Acquires against a running simulation and clears what that logged.
-    void Connect() {
+    // Initializes and acquires (asserting the answer) and clears what that logged.
+    void Connect(bool expected = true) {
         ASSERT_TRUE(mModule->Initialize(&mCallback));
-        ASSERT_TRUE(mModule->AcquireHWTrigger());
-        mLog.Clear();
+        ASSERT_EQ(expected, mModule->AcquireHWTrigger());
+        if (expected) mLog.Clear();
     }
 
-    std::vector<Entry> Logged() { return mLog.WithTag("ScannerFramework"); }
-
-    // The reader's exit line is written only when the stop bit finds it waiting: a reader
-    // still finishing its previous record sees running cleared and ends silently. Returns the
-    // lines without it, and how often it came.
-    std::pair<std::vector<Entry>, int> LoggedWithoutReaderExit() {
-        std::pair<std::vector<Entry>, int> out{{}, 0};
-        for (const Entry& e : Logged()) {
-            if (e == Log(I, "KeyListner Breaking now+")) {
-                ++out.second;
-            } else {
-                out.first.push_back(e);
+    // The module's lines as "P text". The reader's exit line is written only when the stop bit
+    // finds it waiting (a reader still finishing its previous record ends silently): it is left
+    // out, and `readerExits` counts it.
+    Strings Logged(int* readerExits = nullptr) {
+        Strings lines;
+        for (const orvex::hostlog::Entry& e : mLog.WithTag("ScannerFramework")) {
+            lines.push_back(std::string(1, "???DIWEF"[e.priority]) + " " + e.message);
+            if (readerExits != nullptr && lines.back() == kReaderExit) {
+                lines.pop_back();
+                ++*readerExits;
             }
         }
-        return out;
+        return lines;
+    }
+
+    void Answer(void (*change)(FakeTrigger::Answers&)) {
+        FakeTrigger::Answers answers;
+        change(answers);
+        mSim->trigger()->SetAnswers(answers);
     }
 
     orvex::hostlog::ScopedCapture mLog;
     RecordingCallback mCallback;
+    std::unique_ptr<HardwareManagerSim> mSim;
     std::unique_ptr<IHWTriggerModule> mModule;
 };
 
-TEST_F(HWTriggerTest, IsRegisteredUnderTagSixAndAlwaysSupported) {
+TEST_F(HWTriggerTest, WithoutServiceAcquireFailsAndCommandsGiveTheirFixedAnswers) {
     EXPECT_TRUE(mModule->IsSupported());
     EXPECT_STREQ(mModule->GetModuleName(), "HWTrigger");
     EXPECT_EQ(ComponentIndex::Instance()->GetNumberOfFeedbackModules(PLATFORM_MODULE_HW_TRIGGER),
               1u);
-}
-
-TEST_F(HWTriggerTest, WithoutServiceAcquireFailsAndCommandsGiveTheirFixedAnswers) {
-    ASSERT_TRUE(mModule->Initialize(&mCallback));
-    EXPECT_FALSE(mModule->AcquireHWTrigger());
-    EXPECT_EQ(Logged(), (std::vector<Entry>{
-                            Log(E, "[IDCHWManager] Unable to get IDCHWManager interface."),
-                            Log(E, "[HW Trigger] is not available, Soft trigger may be available"),
-                        }));
+    Connect(false);
+    EXPECT_EQ(Logged(),
+              (Strings{"E [IDCHWManager] Unable to get IDCHWManager interface.",
+                       "E [HW Trigger] is not available, Soft trigger may be available"}));
     EXPECT_TRUE(mModule->StartTrigger());
     EXPECT_TRUE(mModule->StopTrigger());
     EXPECT_TRUE(mModule->SimulateTrigger(1, 2));
@@ -166,193 +138,150 @@ TEST_F(HWTriggerTest, WithoutServiceAcquireFailsAndCommandsGiveTheirFixedAnswers
     EXPECT_FALSE(mModule->ResetPressedTrigger());
 }
 
-TEST_F(HWTriggerTest, AcquireConnectsAndRecordTypesChooseTheCallback) {
-    HardwareManagerSim sim;
+TEST_F(HWTriggerTest, RecordTypesChooseTheCallbackAndCommandsPassThrough) {
+    mSim.reset(new HardwareManagerSim);
     ASSERT_TRUE(mModule->Initialize(&mCallback));
     ASSERT_TRUE(mModule->AcquireHWTrigger());
-    EXPECT_EQ(sim.manager()->calls().Calls(), (std::vector<std::string>{"getTriggerInterface()"}));
-    EXPECT_EQ(sim.trigger()->calls().Calls(),
-              (std::vector<std::string>{"acquireTrigger()", "setKeyEventQueue(16)"}));
-    EXPECT_EQ(Logged(),
-              (std::vector<Entry>{Log(D, "[IDCHWManager] Acquired ITrigger interface.")}));
+    EXPECT_EQ(mSim->manager()->calls().Calls(), (Strings{"getTriggerInterface()"}));
+    EXPECT_EQ(Logged(), (Strings{kAcquired}));
     mLog.Clear();
 
     struct Case {
         uint32_t type, first, second;
-        KeyEvent expected;
+        const char* event;
         const char* line;
     } cases[] = {
-        {1, 10, 20, {true, 10, 20}, "[HW Trigger] Key event received  10 20"},
-        {2, 3, 4, {false, 3, 4}, "[HW Trigger] PreKey event received  3 4"},
-        {0, 5, 6, {false, 5, 6}, "[HW Trigger] PreKey event received  5 6"},
-        {7, 0, 1, {false, 0, 1}, "[HW Trigger] PreKey event received  0 1"},
-        {1,
-         0xFFFFFFFF,
-         0x80000000,
-         {true, 0xFFFFFFFF, 0x80000000},
-         "[HW Trigger] Key event received  -1 -2147483648"},
+        {1, 10, 20, "key 10 20", "D [HW Trigger] Key event received  10 20"},
+        {2, 3, 4, "prekey 3 4", "D [HW Trigger] PreKey event received  3 4"},
+        {0, 5, 6, "prekey 5 6", "D [HW Trigger] PreKey event received  5 6"},
+        {7, 0, 1, "prekey 0 1", "D [HW Trigger] PreKey event received  0 1"},
+        {1, 0xFFFFFFFF, 0x80000000, "key 4294967295 2147483648",
+         "D [HW Trigger] Key event received  -1 -2147483648"},
     };
-    std::vector<KeyEvent> expected;
-    std::vector<Entry> lines;
+    Strings events, lines;
     for (const Case& c : cases) {
-        ASSERT_TRUE(sim.trigger()->Press(c.type, c.first, c.second));
-        expected.push_back(c.expected);
-        lines.push_back(Log(D, c.line));
+        ASSERT_TRUE(mSim->trigger()->Press(c.type, c.first, c.second));
+        events.push_back(c.event);
+        lines.push_back(c.line);
     }
-    ASSERT_TRUE(mCallback.WaitFor(expected.size()));
-    ASSERT_TRUE(sim.trigger()->WaitIdle());
-    EXPECT_EQ(mCallback.Events(), expected);
+    // Two records at one wake-up: only the first is delivered.
+    ASSERT_TRUE(mSim->trigger()->PressTogether({{1, 1, 2}, {2, 3, 4}}));
+    ASSERT_TRUE(mSim->trigger()->Press(1, 5, 6));
+    events.insert(events.end(), {"key 1 2", "key 5 6"});
+    lines.insert(lines.end(), {"D [HW Trigger] Key event received  1 2",
+                               "D [HW Trigger] Key event received  5 6"});
+    RecordingCallback::Seen seen = mCallback.WaitFor(events.size());
+    ASSERT_TRUE(mSim->trigger()->WaitIdle());
+    EXPECT_EQ(seen.events, events);
     EXPECT_EQ(Logged(), lines);
+    EXPECT_EQ(mSim->trigger()->RecordsWritten(), 8u);
     // Every event came on the one reader thread: neither the caller's nor a HIDL thread.
-    std::vector<std::thread::id> threads = mCallback.Threads();
-    for (std::thread::id id : threads) {
-        EXPECT_EQ(id, threads[0]);
+    for (std::thread::id id : seen.threads) {
+        EXPECT_EQ(id, seen.threads[0]);
         EXPECT_NE(id, std::this_thread::get_id());
     }
-    EXPECT_FALSE(mCallback.AnyOnRpcThread());
+    EXPECT_FALSE(seen.onRpcThread);
+
+    Strings calls = {"acquireTrigger()", "setKeyEventQueue(16)"};
+    for (bool answer : {true, false}) {
+        FakeTrigger::Answers answers;
+        answers.startTrigger = answers.stopTrigger = answers.simulateTrigger = answer;
+        answers.resetPressedTrigger = answer;
+        answers.getPressedTrigger = answer ? 0 : 3;
+        mSim->trigger()->SetAnswers(answers);
+        EXPECT_EQ(mModule->StartTrigger(), answer);
+        EXPECT_EQ(mModule->StopTrigger(), answer);
+        EXPECT_EQ(mModule->SimulateTrigger(0xFFFFFFFF, 7), answer);
+        EXPECT_EQ(mModule->GetPressedTrigger(), answer ? 0 : 3);
+        EXPECT_EQ(mModule->ResetPressedTrigger(), answer);
+        calls.insert(calls.end(),
+                     {"startTrigger()", "stopTrigger()", "simulateTrigger(4294967295, 7)",
+                      "getPressedTrigger()", "resetPressedTrigger()"});
+    }
+    EXPECT_EQ(mSim->trigger()->calls().Calls(), calls);
     EXPECT_TRUE(mModule->ReleaseHWTrigger());
 }
 
-TEST_F(HWTriggerTest, TwoRecordsAtOneWakeUpDeliverOnlyTheFirst) {
-    HardwareManagerSim sim;
+TEST_F(HWTriggerTest, RefusedAnswersOfTheService) {
+    // setKeyEventQueue false with a valid queue still connects.
+    mSim.reset(new HardwareManagerSim);
+    Answer([](FakeTrigger::Answers& a) { a.setKeyEventQueue = false; });
     Connect();
-    ASSERT_TRUE(sim.trigger()->PressTogether({{1, 1, 2}, {2, 3, 4}}));
-    ASSERT_TRUE(sim.trigger()->Press(1, 5, 6));
-    ASSERT_TRUE(mCallback.WaitFor(2));
-    ASSERT_TRUE(sim.trigger()->WaitIdle());
-    EXPECT_EQ(mCallback.Events(), (std::vector<KeyEvent>{{true, 1, 2}, {true, 5, 6}}));
-    EXPECT_EQ(sim.trigger()->RecordsWritten(), 3u);
+    ASSERT_TRUE(mSim->trigger()->Press(1, 8, 9));
+    EXPECT_EQ(mCallback.WaitFor(1).events, (Strings{"key 8 9"}));
     EXPECT_TRUE(mModule->ReleaseHWTrigger());
-}
 
-TEST_F(HWTriggerTest, SetKeyEventQueueFalseWithAValidQueueStillConnects) {
-    HardwareManagerSim sim;
-    FakeTrigger::Answers answers;
-    answers.setKeyEventQueue = false;
-    sim.trigger()->SetAnswers(answers);
-    Connect();
-    ASSERT_TRUE(sim.trigger()->Press(1, 8, 9));
-    ASSERT_TRUE(mCallback.WaitFor(1));
-    EXPECT_EQ(mCallback.Events(), (std::vector<KeyEvent>{{true, 8, 9}}));
-    EXPECT_TRUE(mModule->ReleaseHWTrigger());
-}
-
-TEST_F(HWTriggerTest, AcquireTriggerRefusedEndsAcquireWithoutAMessage) {
-    HardwareManagerSim sim;
-    FakeTrigger::Answers answers;
-    answers.acquireTrigger = false;
-    sim.trigger()->SetAnswers(answers);
-    ASSERT_TRUE(mModule->Initialize(&mCallback));
-    EXPECT_FALSE(mModule->AcquireHWTrigger());
-    EXPECT_EQ(sim.trigger()->calls().Calls(), (std::vector<std::string>{"acquireTrigger()"}));
-    EXPECT_EQ(Logged(),
-              (std::vector<Entry>{Log(D, "[IDCHWManager] Acquired ITrigger interface.")}));
-    // The interface is held all the same, so commands reach the service.
-    answers.startTrigger = false;
-    sim.trigger()->SetAnswers(answers);
+    // acquireTrigger false ends the acquire without a message, but the interface is held all
+    // the same, so commands reach the service.
+    mSim->Restart();
+    Answer([](FakeTrigger::Answers& a) { a.acquireTrigger = a.startTrigger = false; });
+    mLog.Clear();
+    Connect(false);
+    EXPECT_EQ(mSim->trigger()->calls().Calls(), (Strings{"acquireTrigger()"}));
+    EXPECT_EQ(Logged(), (Strings{kAcquired}));
     EXPECT_FALSE(mModule->StartTrigger());
 }
 
-TEST_F(HWTriggerTest, CommandsPassArgumentsAndAnswersThrough) {
-    HardwareManagerSim sim;
-    Connect();
-    struct Case {
-        bool start, stop, simulate, reset;
-        int32_t pressed;
-    } cases[] = {{true, true, true, true, 0}, {false, false, false, false, 3}};
-    for (const Case& c : cases) {
-        FakeTrigger::Answers answers;
-        answers.startTrigger = c.start;
-        answers.stopTrigger = c.stop;
-        answers.simulateTrigger = c.simulate;
-        answers.resetPressedTrigger = c.reset;
-        answers.getPressedTrigger = c.pressed;
-        sim.trigger()->SetAnswers(answers);
-        EXPECT_EQ(mModule->StartTrigger(), c.start);
-        EXPECT_EQ(mModule->StopTrigger(), c.stop);
-        EXPECT_EQ(mModule->SimulateTrigger(0xFFFFFFFF, 7), c.simulate);
-        EXPECT_EQ(mModule->GetPressedTrigger(), c.pressed);
-        EXPECT_EQ(mModule->ResetPressedTrigger(), c.reset);
-    }
-    std::vector<std::string> round = {"startTrigger()", "stopTrigger()",
-                                      "simulateTrigger(4294967295, 7)", "getPressedTrigger()",
-                                      "resetPressedTrigger()"};
-    std::vector<std::string> expected = {"acquireTrigger()", "setKeyEventQueue(16)"};
-    expected.insert(expected.end(), round.begin(), round.end());
-    expected.insert(expected.end(), round.begin(), round.end());
-    EXPECT_EQ(sim.trigger()->calls().Calls(), expected);
-    EXPECT_TRUE(mModule->ReleaseHWTrigger());
-}
-
 TEST_F(HWTriggerTest, ReleaseJoinsTheReaderAndLeavesNoThreadOrDescriptorBehind) {
-    HardwareManagerSim sim;
+    mSim.reset(new HardwareManagerSim);
     // ThreadSanitizer starts a helper thread of its own with the first thread a process makes.
     std::thread([] {}).join();
     size_t threads = CountEntries("/proc/self/task");
     size_t descriptors = CountEntries("/proc/self/fd");
     Connect();
-    ASSERT_TRUE(sim.trigger()->Press(1, 1, 1));
-    ASSERT_TRUE(mCallback.WaitFor(1));
-    ASSERT_TRUE(sim.trigger()->WaitIdle());
+    ASSERT_TRUE(mSim->trigger()->Press(1, 1, 1));
+    ASSERT_EQ(mCallback.WaitFor(1).events, (Strings{"key 1 1"}));
+    ASSERT_TRUE(mSim->trigger()->WaitIdle());
     // The reader thread and the service's writer.
     EXPECT_EQ(CountEntries("/proc/self/task"), threads + 2);
     mLog.Clear();
 
     EXPECT_TRUE(mModule->ReleaseHWTrigger());
-    auto logged = LoggedWithoutReaderExit();
-    EXPECT_EQ(logged.first, (std::vector<Entry>{
-                                Log(D, "HWTrigger<T>::ReleaseHWTrigger+"),
-                                Log(D, "HWTrigger<T>::ReleaseHWTrigger-"),
-                            }));
-    EXPECT_LE(logged.second, 1);
-    if (logged.second == 1) {
-        EXPECT_EQ(Logged()[1], Log(I, "KeyListner Breaking now+"));
-    }
-    EXPECT_EQ(sim.trigger()->calls().Calls().back(), "releaseTrigger()");
+    int exits = 0;
+    EXPECT_EQ(Logged(&exits),
+              (Strings{"D HWTrigger<T>::ReleaseHWTrigger+", "D HWTrigger<T>::ReleaseHWTrigger-"}));
+    EXPECT_LE(exits, 1);
+    EXPECT_TRUE(exits == 0 || Logged()[1] == kReaderExit);
+    EXPECT_EQ(mSim->trigger()->calls().Calls().back(), "releaseTrigger()");
     EXPECT_EQ(CountEntries("/proc/self/task"), threads);
     EXPECT_EQ(CountEntries("/proc/self/fd"), descriptors);
 
     // Acquiring again needs a fresh Initialize, and fetches the service anew.
     Connect();
-    EXPECT_EQ(sim.manager()->calls().Count("getTriggerInterface"), 2u);
+    EXPECT_EQ(mSim->manager()->calls().Count("getTriggerInterface"), 2u);
     EXPECT_TRUE(mModule->ReleaseHWTrigger());
 }
 
 TEST_F(HWTriggerTest, ServiceDeathReconnectsWithANewReaderAndKeysFlowAgain) {
-    HardwareManagerSim sim;
+    mSim.reset(new HardwareManagerSim);
     Connect();
-    ASSERT_TRUE(sim.trigger()->Press(1, 1, 1));
-    ASSERT_TRUE(mCallback.WaitFor(1));
-    ASSERT_TRUE(sim.trigger()->WaitIdle());
+    ASSERT_TRUE(mSim->trigger()->Press(1, 1, 1));
+    ASSERT_EQ(mCallback.WaitFor(1).events, (Strings{"key 1 1"}));
+    ASSERT_TRUE(mSim->trigger()->WaitIdle());
     mLog.Clear();
 
     // While the service is down, the death handling waits for it in getService.
-    sim.Kill();
-    sim.Restart();
-    ASSERT_TRUE(sim.trigger()->calls().WaitFor("setKeyEventQueue"));
-    ASSERT_TRUE(sim.trigger()->Press(2, 7, 8));
-    ASSERT_TRUE(mCallback.WaitFor(2));
-    EXPECT_EQ(mCallback.Events(), (std::vector<KeyEvent>{{true, 1, 1}, {false, 7, 8}}));
-    std::vector<std::thread::id> threads = mCallback.Threads();
-    EXPECT_NE(threads[0], threads[1]);
-    EXPECT_EQ(sim.manager()->calls().Calls(), (std::vector<std::string>{"getTriggerInterface()"}));
-    EXPECT_EQ(sim.trigger()->calls().Calls(),
-              (std::vector<std::string>{"acquireTrigger()", "setKeyEventQueue(16)"}));
+    mSim->Kill();
+    mSim->Restart();
+    ASSERT_TRUE(mSim->trigger()->calls().WaitFor("setKeyEventQueue"));
+    ASSERT_TRUE(mSim->trigger()->Press(2, 7, 8));
+    RecordingCallback::Seen seen = mCallback.WaitFor(2);
+    ASSERT_EQ(seen.events, (Strings{"key 1 1", "prekey 7 8"}));
+    EXPECT_NE(seen.threads[0], seen.threads[1]);
+    EXPECT_EQ(mSim->manager()->calls().Calls(), (Strings{"getTriggerInterface()"}));
+    EXPECT_EQ(mSim->trigger()->calls().Calls(),
+              (Strings{"acquireTrigger()", "setKeyEventQueue(16)"}));
 
     // Release waits for the death handling to finish; its lines came before.
     EXPECT_TRUE(mModule->ReleaseHWTrigger());
-    auto logged = LoggedWithoutReaderExit();
-    std::vector<Entry> head(logged.first.begin(),
-                            logged.first.begin() + std::min<size_t>(logged.first.size(), 5));
-    EXPECT_EQ(head, (std::vector<Entry>{
-                        Log(I, "ISS [HW Trigger] DCHWManager Died"),
-                        Log(I, "ISS [HW Trigger] Wake Up"),
-                        Log(I, "ISS HWTrigger<T>::handlDCHWManagerDeath Done "),
-                        Log(D, "[IDCHWManager] Acquired ITrigger interface."),
-                        Log(D, "[HW Trigger] PreKey event received  7 8"),
-                    }));
+    int exits = 0;
+    Strings logged = Logged(&exits);
+    logged.resize(std::min<size_t>(logged.size(), 5));
+    EXPECT_EQ(logged, (Strings{"I ISS [HW Trigger] DCHWManager Died", "I ISS [HW Trigger] Wake Up",
+                               "I ISS HWTrigger<T>::handlDCHWManagerDeath Done ", kAcquired,
+                               "D [HW Trigger] PreKey event received  7 8"}));
     // One reader ended at the death, the new one at the release; each silently or not.
-    EXPECT_LE(logged.second, 2);
+    EXPECT_LE(exits, 2);
 }
 
 TEST_F(HWTriggerTest, DeathHandlingWithoutAnEventFlagAnswersTrueAtOnce) {
