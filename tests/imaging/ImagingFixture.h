@@ -1,5 +1,5 @@
-// The simulated imager for the imaging suites: a hardware manager whose every instance gets a
-// fresh imager with its control and adapter, and the library's log as the suites compare it.
+// The simulated imager for the imaging suites and the soaks: a hardware manager whose every
+// instance gets a fresh imager with its control and adapter.
 #pragma once
 
 #include <functional>
@@ -15,15 +15,6 @@
 
 namespace orvex {
 namespace test {
-
-constexpr const char* kTag = "ScannerFramework";
-constexpr int kDebug = 3;
-constexpr int kInfo = 4;
-constexpr int kError = 6;
-
-inline hostlog::Entry D(const std::string& text) { return {kDebug, kTag, text}; }
-inline hostlog::Entry I(const std::string& text) { return {kInfo, kTag, text}; }
-inline hostlog::Entry E(const std::string& text) { return {kError, kTag, text}; }
 
 // Which parts the simulated hardware manager hands out.
 struct ImagerParts {
@@ -58,34 +49,6 @@ class SimImager {
   private:
     sim::HardwareManagerSim mSim;
 };
-
-// One way a companion's failed association can go: whether there is a manager, which parts it
-// hands out and what openImager answers; then the lines logged and the imager's calls.
-struct FailedAssociation {
-    const char* what;
-    bool manager;
-    ImagerParts parts;
-    int8_t open;
-    std::vector<hostlog::Entry> association;
-    std::vector<std::string> imagerCalls;
-};
-
-// The device such a case runs on: none without a manager.
-inline std::unique_ptr<SimImager> StartDevice(const FailedAssociation& c) {
-    if (!c.manager) return nullptr;
-    auto device = std::make_unique<SimImager>(c.parts);
-    if (device->imager != nullptr) {
-        sim::FakeImager::Answers answers;
-        answers.openImager = c.open;
-        device->imager->SetAnswers(answers);
-    }
-    return device;
-}
-
-// The library's records in a capture, in order.
-inline std::vector<hostlog::Entry> Records(const hostlog::ScopedCapture& capture) {
-    return capture.WithTag(kTag);
-}
 
 }  // namespace test
 }  // namespace orvex
