@@ -1,9 +1,11 @@
 #include "SoakSupport.h"
 
 #include <dirent.h>
+#include <gtest/gtest.h>
+#include <orvex/hidl_registry.h>
 #include <stdlib.h>
 
-#include "orvex/log_capture.h"
+#include <thread>
 
 namespace soak {
 
@@ -39,6 +41,33 @@ QuietLog::~QuietLog() {
         unsetenv("ORVEX_LOG");
     }
     orvex::hostlog::ResetSink();
+}
+
+Baseline::Baseline() {
+    std::thread([] {}).join();
+    threads_ = ThreadCount();
+    descriptors_ = DescriptorCount();
+    pool_ = orvex::hidl::RpcThreadCount();
+    started_ = std::chrono::steady_clock::now();
+}
+
+void Baseline::ExpectNothingLeft() const {
+    const size_t pool = orvex::hidl::RpcThreadCount();
+    EXPECT_LE(pool, 2u);
+    EXPECT_EQ(threads_ + (pool - pool_), ThreadCount());
+    EXPECT_EQ(descriptors_, DescriptorCount());
+}
+
+int Baseline::Milliseconds() const {
+    return static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(
+                                std::chrono::steady_clock::now() - started_)
+                                .count());
+}
+
+size_t Count(const std::vector<orvex::hostlog::Entry>& log, const std::string& message) {
+    size_t n = 0;
+    for (const auto& e : log) n += e.message == message;
+    return n;
 }
 
 }  // namespace soak

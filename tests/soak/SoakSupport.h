@@ -3,7 +3,11 @@
 
 #include <stddef.h>
 
+#include <chrono>
 #include <string>
+#include <vector>
+
+#include "orvex/log_capture.h"
 
 namespace soak {
 
@@ -24,5 +28,26 @@ class QuietLog {
     bool had_;
     std::string previous_;
 };
+
+// The process's threads and descriptors when made, after the helper thread some sanitizers
+// start with a process's first thread, and the time since.
+class Baseline {
+  public:
+    Baseline();
+    // Every thread and descriptor made since is gone, but the runtime's pool threads (two at
+    // most, as the scanning service configures them), which stay for the life of the process as
+    // libhidl's do.
+    void ExpectNothingLeft() const;
+    int Milliseconds() const;
+
+  private:
+    size_t threads_;
+    size_t descriptors_;
+    size_t pool_;
+    std::chrono::steady_clock::time_point started_;
+};
+
+// Records of `log` whose message is `message`.
+size_t Count(const std::vector<orvex::hostlog::Entry>& log, const std::string& message);
 
 }  // namespace soak

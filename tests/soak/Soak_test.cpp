@@ -1,0 +1,695 @@
+// The soaks: each module under a load far beyond a scanning session's, checked for every
+// delivery exactly once, nothing after a release, and no thread or descriptor left behind.
+
+#include <gtest/gtest.h>
+#include <hidl/HidlTransportSupport.h>
+#include <string.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "FakeDCHWManager.h"
+#include "FakePlugableDeviceNotifier.h"
+#include "FakeSerial.h"
+#include "HWTrigger.h"
+#include "HardwareManagerSim.h"
+#include "ImagerHIDLProxy.h"
+#include "ImagingFixture.h"
+#include "PlugableDeviceNotifier.h"
+#include "SerialPort.h"
+#include "SoakSupport.h"
+#include "TimerProvider.h"
+#include "V4L2ImagerAdapterHIDLProxy.h"
+
+namespace {
+
+using android::sp;
+using orvex::sim::FakeDCHWManager;
+using orvex::sim::FakeImagerAdapter;
+using orvex::sim::HardwareManagerSim;
+
+constexpr auto kWait = std::chrono::seconds(60);
+
+// The timer service: 10,000 timers created, started, stopped and destroyed from four threads at
+// once and from inside callbacks. Each timer follows one of a few life stories whose callback
+// count is known; at the end every timer was destroyed exactly once ("Destroying timer" once per
+// timer), and the service leaves no thread or descriptor behind (leaks are ASan's part).
+namespace timers {
+
+enum Story {
+    kStoppedBeforeItFires,   // started with a far deadline, stopped, destroyed: 0
+    kOwnerDestroysAfterOne,  // fires; its creator waits for that and destroys it: 1
+    kDestroysItself,         // fires; its callback destroys it: 1
+    kRestartsTwice,          // its callback starts it again twice, then destroys it: 3
+    kSpawnsAChild,           // its callback creates and starts a child that destroys itself,
+                             // then destroys itself: 1, and 1 for the child
+    kStopRacesExpiry,        // started and stopped at once, then destroyed: 0 or 1
+    kNeverStarted,           // created and destroyed: 0
+    kStories
+};
+// The callbacks each story promises: least and most for the timer, and for its child.
+const struct {
+    int least, most, child;
+} kPromised[kStories] = {{0, 0, 0}, {1, 1, 0}, {1, 1, 0}, {3, 3, 0},
+                         {1, 1, 1}, {0, 1, 0}, {0, 0, 0}};
+
+struct Record {
+    Story story;
+    std::atomic<int> callbacks{0};
+    std::atomic<int> childCallbacks{0};
+};
+
+// Shared with the callbacks, which run on the service's callback thread.
+std::mutex gLock;
+std::condition_variable gFired;
+std::atomic<size_t> gChildren{0};
+
+void Notify() {
+    { std::lock_guard<std::mutex> lock(gLock); }
+    gFired.notify_all();
+}
+
+void OnChild(TimerProvider* timer) {
+    static_cast<Record*>(timer->p_Context)->childCallbacks++;
+    TimerProvider::DestroyTimer(timer);
+    Notify();
+}
+
+bool CallbackDestroys(Story story) {
+    return story == kDestroysItself || story == kRestartsTwice || story == kSpawnsAChild;
+}
+
+void OnTimer(TimerProvider* timer) {
+    auto* record = static_cast<Record*>(timer->p_Context);
+    const int n = ++record->callbacks;
+    if (record->story == kSpawnsAChild) {
+        TimerProvider* child = TimerProvider::CreateNewTimer(1, OnChild, record);
+        gChildren++;
+        child->Start();
+    }
+    if (record->story == kRestartsTwice && n < 3) {
+        timer->Start();
+    } else if (CallbackDestroys(record->story)) {
+        TimerProvider::DestroyTimer(timer);
+    }
+    Notify();
+}
+
+// One caller thread's share of the timers.
+void RunCaller(Record* first, Record* last) {
+    for (Record* r = first; r != last; ++r) {
+        const int ms = r->story == kStoppedBeforeItFires ? 3600 * 1000 : 1;  // never, or soon
+        TimerProvider* timer = TimerProvider::CreateNewTimer(ms, OnTimer, r);
+        if (r->story != kNeverStarted) timer->Start();
+        if (CallbackDestroys(r->story)) continue;
+        if (r->story == kOwnerDestroysAfterOne) {
+            std::unique_lock<std::mutex> lock(gLock);
+            gFired.wait_for(lock, kWait, [&] { return r->callbacks.load() > 0; });
+        } else if (r->story != kNeverStarted) {
+            timer->Stop();
+        }
+        TimerProvider::DestroyTimer(timer);
+    }
+}
+
+TEST(TimerProviderSoak, TenThousandTimersFromFourThreadsAndFromCallbacksEachCallbackOnce) {
+    // The same count under ASan and TSan: the run waits on 1 ms timers far more than it computes,
+    // so sanitizers barely lengthen it.
+    constexpr size_t kTimers = 10000;
+    constexpr size_t kThreads = 4;
+    soak::QuietLog quiet;
+    soak::Baseline baseline;
+    std::vector<Record> records(kTimers);
+    for (size_t i = 0; i < kTimers; ++i) records[i].story = static_cast<Story>(i % kStories);
+    gChildren = 0;
+
+    testing::internal::CaptureStdout();
+    TimerProvider::Initialize();
+    std::vector<std::thread> callers;
+    for (size_t t = 0; t < kThreads; ++t) {
+        callers.emplace_back(RunCaller, &records[t * kTimers / kThreads],
+                             records.data() + (t + 1) * kTimers / kThreads);
+    }
+    for (std::thread& caller : callers) caller.join();
+    {
+        std::unique_lock<std::mutex> lock(gLock);
+        EXPECT_TRUE(gFired.wait_for(lock, kWait, [&] {
+            for (const Record& r : records) {
+                if (r.callbacks < kPromised[r.story].least) return false;
+                if (r.childCallbacks < kPromised[r.story].child) return false;
+            }
+            return true;
+        }));
+    }
+    // Nothing is armed any more but what a racing stop may have let through: the service ends
+    // with every timer destroyed, by its owner, by itself, or by the end of the service.
+    TimerProvider::DeInitialize();
+    const std::string out = testing::internal::GetCapturedStdout();
+
+    size_t racedThrough = 0;
+    for (size_t i = 0; i < kTimers; ++i) {
+        const Record& r = records[i];
+        EXPECT_TRUE(kPromised[r.story].least <= r.callbacks &&
+                    r.callbacks <= kPromised[r.story].most &&
+                    r.childCallbacks == kPromised[r.story].child)
+            << "timer " << i << ", story " << r.story << ": " << r.callbacks << " callbacks, "
+            << r.childCallbacks << " for its child";
+        racedThrough += r.story == kStopRacesExpiry ? r.callbacks.load() : 0;
+    }
+    size_t destroyed = 0;
+    for (size_t at = out.find("Destroying timer\n"); at != std::string::npos;
+         at = out.find("Destroying timer\n", at + 1)) {
+        ++destroyed;
+    }
+    EXPECT_EQ(kTimers + gChildren.load(), destroyed);
+    baseline.ExpectNothingLeft();
+    RecordProperty("timers", static_cast<int>(kTimers + gChildren.load()));
+    RecordProperty("stops_that_lost_the_race", static_cast<int>(racedThrough));
+    RecordProperty("milliseconds", baseline.Milliseconds());
+}
+
+}  // namespace timers
+
+// The hardware trigger through 1000 deaths of the hardware manager, each while keys are being
+// pressed: after every reconnection key events flow again, no event is delivered twice, every
+// death is handled once, and at the end the module has left no thread and no descriptor.
+namespace trigger {
+
+// Keys carry (round, key within the round); the callback runs on the module's reader thread.
+class CountingCallback : public ITriggerKeyEventWrapperCallBack {
+  public:
+    void OnKeyEvent(unsigned int round, unsigned int key) override { Add(round, key); }
+    void OnPreKeyEvent(unsigned int round, unsigned int key) override { Add(round, key); }
+
+    bool WaitFor(unsigned int round, unsigned int key) {
+        std::unique_lock<std::mutex> lock(mLock);
+        return mChanged.wait_for(lock, kWait, [&] { return mSeen.count({round, key}) != 0; });
+    }
+    // Keys delivered in all, and of keys delivered more than once.
+    std::pair<size_t, size_t> Tally() {
+        std::lock_guard<std::mutex> lock(mLock);
+        std::pair<size_t, size_t> tally{0, 0};
+        for (const auto& e : mSeen) {
+            tally.first += e.second;
+            tally.second += e.second > 1;
+        }
+        return tally;
+    }
+
+  private:
+    void Add(unsigned int round, unsigned int key) {
+        {
+            std::lock_guard<std::mutex> lock(mLock);
+            ++mSeen[{round, key}];
+        }
+        mChanged.notify_all();
+    }
+
+    std::mutex mLock;
+    std::condition_variable mChanged;
+    std::map<std::pair<unsigned, unsigned>, int> mSeen;  // GUARDED_BY(mLock)
+};
+
+TEST(HWTriggerSoak, AThousandServiceDeathsWhileKeysArePressed) {
+    constexpr unsigned kDeaths = 1000;
+    constexpr unsigned kKeysInFlight = 3;  // pressed just before each death
+    constexpr unsigned kKeyAfterReconnect = 100;
+    soak::QuietLog quiet;
+    orvex::hostlog::ScopedCapture log;
+    HardwareManagerSim sim;
+    CountingCallback callback;
+    HWTrigger<(AndroidVersion)10> module;
+    ASSERT_TRUE(module.Initialize(&callback));
+    // Counted with the module idle and the service running (its writer thread is started by
+    // the first connection and belongs to the service).
+    soak::Baseline baseline;
+
+    ASSERT_TRUE(module.AcquireHWTrigger());
+    ASSERT_TRUE(sim.trigger()->Press(1, 0, kKeyAfterReconnect));
+    ASSERT_TRUE(callback.WaitFor(0, kKeyAfterReconnect));
+    for (unsigned round = 1; round <= kDeaths; ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        for (unsigned key = 0; key < kKeysInFlight; ++key) {
+            ASSERT_TRUE(sim.trigger()->Press(key % 2 + 1, round, key));
+        }
+        // The death lands while those keys are being written and read; the service comes
+        // back at once and the death handling connects to the new instance by itself.
+        sim.Kill();
+        sim.Restart();
+        ASSERT_TRUE(sim.trigger()->calls().WaitFor("setKeyEventQueue"));
+        ASSERT_TRUE(sim.trigger()->Press(1, round, kKeyAfterReconnect));
+        ASSERT_TRUE(callback.WaitFor(round, kKeyAfterReconnect));
+    }
+    const int milliseconds = baseline.Milliseconds();
+
+    EXPECT_TRUE(module.ReleaseHWTrigger());
+    const std::pair<size_t, size_t> tally = callback.Tally();
+    EXPECT_EQ(0u, tally.second) << "keys delivered more than once";
+    const std::vector<orvex::hostlog::Entry> entries = log.WithTag("ScannerFramework");
+    EXPECT_EQ(kDeaths, soak::Count(entries, "ISS [HW Trigger] DCHWManager Died"));
+    EXPECT_EQ(kDeaths, soak::Count(entries, "ISS HWTrigger<T>::handlDCHWManagerDeath Done "));
+    EXPECT_EQ(kDeaths + 1, soak::Count(entries, "[IDCHWManager] Acquired ITrigger interface."));
+    baseline.ExpectNothingLeft();  // the reader and the service's writer are gone
+    RecordProperty("deaths", static_cast<int>(kDeaths));
+    RecordProperty("keys_delivered", static_cast<int>(tally.first));
+    RecordProperty("milliseconds", milliseconds);
+}
+
+}  // namespace trigger
+
+// Serial data and pluggable-device changes flooding in from three service threads while the
+// caller releases and acquires the module 400 times, destroying its callback right after every
+// release: nothing reaches a callback once its release has returned, everything the service sent
+// while the module was held arrives exactly once, and at the end the module has left no thread
+// and no descriptor behind.
+namespace flood {
+
+constexpr unsigned kCycles = 400;
+constexpr unsigned kFloodThreads = 3;
+// Deliveries each cycle waits for before it releases, so that every cycle sees the flood.
+constexpr size_t kDeliveriesPerCycle = 20;
+constexpr int8_t kScannerType = 2;
+
+// What the caller's callbacks saw, across all cycles; outlives every callback. Callbacks run on
+// runtime threads, everything else on the test's thread or the flood threads.
+struct Ledger {
+    // A callback of `cycle` received message `id`; `ok` false when the message was garbled.
+    void Delivered(unsigned cycle, uint64_t id, bool ok) {
+        // Checked first: a call after the release is the fault this soak is after.
+        if (cycle <= releasedThrough.load()) late++;
+        if (!ok) {
+            malformed++;
+            return;
+        }
+        {
+            std::lock_guard<std::mutex> hold(lock);
+            ++deliveries[id].first;
+            deliveries[id].second = cycle;
+            ++perCycle[cycle];
+        }
+        changed.notify_all();
+    }
+
+    // The caller's side of a cycle, as the flood threads read it around each message: odd
+    // (2 * cycle + 1) while the module is held with the cycle's callback in place.
+    std::atomic<uint64_t> state{0};
+    std::atomic<unsigned> releasedThrough{0};
+    std::atomic<size_t> late{0};
+    std::atomic<size_t> malformed{0};
+    std::mutex lock;
+    std::condition_variable changed;
+    std::unordered_map<uint64_t, std::pair<int, unsigned>> deliveries;  // GUARDED_BY(lock)
+    std::map<unsigned, size_t> perCycle;                                // GUARDED_BY(lock)
+};
+
+// One cycle's callback, for either module. Messages carry an id: the sending flood thread in the
+// high half, its sequence number below; a plug change carries it in the port name, and odd ids
+// are attachments.
+class FloodCallback : public ISerialDataCallBack, public IPlugableHALCallBack {
+  public:
+    FloodCallback(Ledger& ledger, unsigned cycle) : mLedger(ledger), mCycle(cycle) {}
+
+    void OnSerialDataReceived(const uint8_t* data, size_t size) override {
+        uint64_t id = 0;
+        if (size == sizeof id) memcpy(&id, data, sizeof id);
+        mLedger.Delivered(mCycle, id, size == sizeof id);
+    }
+    void OnPlugableDeviceChanged(bool connected, const std::string& portName,
+                                 int scannerType) override {
+        const bool named = portName.compare(0, 4, "tty-") == 0;
+        const uint64_t id = named ? std::stoull(portName.substr(4)) : 0;
+        mLedger.Delivered(mCycle, id,
+                          named && connected == (id % 2 == 1) && scannerType == kScannerType);
+    }
+
+  private:
+    Ledger& mLedger;
+    const unsigned mCycle;
+};
+
+// Floods the module through `send` (false when the service had no callback to send to) while
+// the cycles run, `acquire` handing the module a new cycle's callback and `release` letting go,
+// then checks what arrived where.
+void Soak(const std::function<bool(uint64_t)>& send,
+          const std::function<void(FloodCallback*)>& acquire,
+          const std::function<void()>& release) {
+    Ledger ledger;
+    android::hardware::configureRpcThreadpool(2, false);
+    soak::Baseline baseline;
+    // A message the service sent while the module was held in one cycle, from before the send
+    // until after the service's call had returned, must reach that cycle's callback once:
+    // (id, cycle) by flood thread, each written by that thread only.
+    std::vector<std::vector<std::pair<uint64_t, unsigned>>> owed(kFloodThreads);
+    std::vector<size_t> sent(kFloodThreads);
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> flood;
+    for (unsigned t = 0; t < kFloodThreads; ++t) {
+        flood.emplace_back([&, t] {
+            for (uint64_t id = static_cast<uint64_t>(t) << 32; !stop.load(); ++id, ++sent[t]) {
+                const uint64_t before = ledger.state.load();
+                if (send(id) && before % 2 == 1 && ledger.state.load() == before) {
+                    owed[t].emplace_back(id, static_cast<unsigned>(before / 2));
+                }
+            }
+        });
+    }
+    [&] {
+        std::unique_ptr<FloodCallback> callback;
+        for (unsigned cycle = 1; cycle <= kCycles; ++cycle) {
+            SCOPED_TRACE("cycle " + std::to_string(cycle));
+            callback.reset(new FloodCallback(ledger, cycle));
+            ASSERT_NO_FATAL_FAILURE(acquire(callback.get()));
+            ledger.state.store(2 * cycle + 1);
+            {
+                std::unique_lock<std::mutex> hold(ledger.lock);
+                ASSERT_TRUE(ledger.changed.wait_for(
+                    hold, kWait, [&] { return ledger.perCycle[cycle] >= kDeliveriesPerCycle; }));
+            }
+            ledger.state.store(2 * cycle + 2);
+            ASSERT_NO_FATAL_FAILURE(release());
+            ledger.releasedThrough.store(cycle);
+            callback.reset();  // a call from now on is a use after free
+        }
+    }();
+    stop.store(true);
+    for (std::thread& thread : flood) thread.join();
+    const int milliseconds = baseline.Milliseconds();
+
+    std::lock_guard<std::mutex> hold(ledger.lock);
+    size_t delivered = 0, repeated = 0, owedCount = 0, missing = 0, misrouted = 0;
+    for (const auto& d : ledger.deliveries) {
+        delivered += d.second.first;
+        repeated += d.second.first > 1;
+    }
+    for (const auto& messages : owed) {
+        for (const auto& message : messages) {
+            ++owedCount;
+            const auto it = ledger.deliveries.find(message.first);
+            missing += it == ledger.deliveries.end();
+            misrouted += it != ledger.deliveries.end() && it->second.second != message.second;
+        }
+    }
+    EXPECT_EQ(0u, ledger.late.load());
+    EXPECT_EQ(0u, ledger.malformed.load());
+    EXPECT_EQ(0u, missing);
+    EXPECT_EQ(0u, repeated);
+    EXPECT_EQ(0u, misrouted);
+    // Each cycle waited for deliveries, so the flood did reach held modules.
+    EXPECT_GE(delivered, kCycles * kDeliveriesPerCycle);
+    baseline.ExpectNothingLeft();
+    ::testing::Test::RecordProperty("cycles", static_cast<int>(kCycles));
+    ::testing::Test::RecordProperty("sent", static_cast<int>(sent[0] + sent[1] + sent[2]));
+    ::testing::Test::RecordProperty("delivered", static_cast<int>(delivered));
+    ::testing::Test::RecordProperty("owed", static_cast<int>(owedCount));
+    ::testing::Test::RecordProperty("milliseconds", milliseconds);
+}
+
+TEST(CallbackFloodSoak, SerialDataFromServiceThreadsWhileTheTransportIsReleasedAndReacquired) {
+    soak::QuietLog quiet;
+    sp<orvex::sim::FakeSerial> serial;
+    HardwareManagerSim sim(false);
+    sim.AddBuilder([&serial](FakeDCHWManager& manager) {
+        serial = new orvex::sim::FakeSerial;
+        manager.SetSerial(serial);
+    });
+    sim.Start();
+    SerialPort<(AndroidVersion)10> module;
+    Soak(
+        [serial](uint64_t id) {
+            std::vector<uint8_t> bytes(sizeof id);
+            memcpy(bytes.data(), &id, sizeof id);
+            return serial->Receive(bytes);
+        },
+        [&](FloodCallback* callback) {
+            ASSERT_TRUE(module.Initialize(callback));
+            ASSERT_TRUE(module.AcquireSerialInterface());
+            ASSERT_EQ(module.StartTransport("/dev/ttyHS1", 115200, false), 0);
+        },
+        [&] {
+            ASSERT_EQ(module.StopTransport(), 0);
+            ASSERT_TRUE(module.ReleaseSerialInterface());
+        });
+}
+
+TEST(CallbackFloodSoak, PlugChangesFromServiceThreadsWhileTheNotifierIsReleasedAndReacquired) {
+    soak::QuietLog quiet;
+    sp<orvex::sim::FakePlugableDeviceNotifier> notifier;
+    HardwareManagerSim sim(false);
+    sim.AddBuilder([&notifier](FakeDCHWManager& manager) {
+        notifier = new orvex::sim::FakePlugableDeviceNotifier;
+        manager.SetPlugableDeviceNotifier(notifier);
+    });
+    sim.Start();
+    PlugableDeviceNotifier<(AndroidVersion)10> module;
+    Soak(
+        [notifier](uint64_t id) {
+            return notifier->RaiseConnectionChanged(id % 2 == 1, "tty-" + std::to_string(id),
+                                                    kScannerType);
+        },
+        [&](FloodCallback* callback) {
+            ASSERT_TRUE(module.AcquirePlugableDeviceNotifier());
+            ASSERT_TRUE(module.InitializeSSI(callback, static_cast<ScannerType>(kScannerType)));
+        },
+        [&] { ASSERT_TRUE(module.ReleasePlugableDeviceNotifier()); });
+}
+
+}  // namespace flood
+
+// Frames streaming from the simulated imager adapter while the caller ends and starts its scans
+// 300 times, as the scanning service does: every scan enables the adapter with a new image
+// callback, starts the stream, halts it (plainly, as a timed hold, or with the platform's stop),
+// disables the adapter and destroys its callback; every 50 scans the adapter is deinitialised
+// and handed back to the imager module, which makes a new one for the next session. Throughout:
+// frames flow after every enable, each frame reaches the caller once, no frame reaches a
+// callback after Disable returned, the caller's mapping of a frame is gone once OnReceiveFrame
+// returned, and at the end no thread, descriptor or frame mapping is left.
+//
+// A late touch of a frame is caught two ways. The simulated service empties each frame file as
+// soon as the delivery returned, so any read or write through a mapping that outlived the
+// delivery faults (SIGBUS, which ASan reports too) whoever makes it, library or caller. And
+// after every delivery the process's memory map must hold no mapping of a frame file, which
+// also catches a mapping kept but not touched. An address check (msync answering ENOMEM) is
+// not used: the freed range may be mapped again at once by another thread's allocation.
+namespace frames {
+
+constexpr unsigned kCycles = 300;
+constexpr unsigned kCyclesPerSession = 50;
+constexpr uint64_t kFramesPerCycle = 2;  // at least, before the scan ends
+
+// Mappings of the fake's frame files in /proc/self/maps: nothing but a frame maps one.
+size_t FrameMappings() {
+    std::ifstream maps("/proc/self/maps");
+    size_t n = 0;
+    for (std::string line; std::getline(maps, line);) {
+        n += line.find("memfd:orvex-frame") != std::string::npos;
+    }
+    return n;
+}
+
+struct Frame {
+    unsigned cycle;
+    uint8_t firstByte;
+    bool pattern;  // sampled bytes across the whole frame matched the fake's pattern
+    bool late;     // arrived after its scan's Disable returned
+    uint64_t number;
+    bool mappedAfterReturn;
+};
+
+// What every scan's callback reports to, and what outlives the callbacks: the frames each
+// scan received, in order, checked on the runtime thread while mapped, and paired with the
+// fake's frame number once the delivery returned.
+class Ledger {
+  public:
+    void Received(Frame frame) {
+        {
+            std::lock_guard<std::mutex> lock(mLock);
+            frame.late = mClosed.count(frame.cycle) != 0;
+            mPending.push_back(frame);
+        }
+        mChanged.notify_all();
+    }
+    // On the fake's streaming thread, after the library's onFrameAvailable returned, that is
+    // after OnReceiveFrame returned and the library had its chance to unmap.
+    void DeliveryReturned(uint64_t number) {
+        const bool mapped = FrameMappings() != 0;
+        std::lock_guard<std::mutex> lock(mLock);
+        // Every delivered frame reaches exactly one callback exactly once.
+        if (mPending.size() == 1) {
+            mFrames.push_back(mPending[0]);
+            mFrames.back().number = number;
+            mFrames.back().mappedAfterReturn = mapped;
+        } else {
+            mUnpaired.push_back(number);
+        }
+        mPending.clear();
+    }
+    bool WaitFor(unsigned cycle, uint64_t count) {
+        std::unique_lock<std::mutex> lock(mLock);
+        return mChanged.wait_for(lock, kWait, [&] {
+            uint64_t seen = 0;
+            for (const Frame& f : mFrames) seen += f.cycle == cycle;
+            for (const Frame& f : mPending) seen += f.cycle == cycle;
+            return seen >= count;
+        });
+    }
+    void Close(unsigned cycle) {
+        std::lock_guard<std::mutex> lock(mLock);
+        mClosed.insert(cycle);
+    }
+    std::vector<Frame> Frames() {
+        std::lock_guard<std::mutex> lock(mLock);
+        return mFrames;
+    }
+    std::vector<uint64_t> Unpaired() {
+        std::lock_guard<std::mutex> lock(mLock);
+        return mUnpaired;
+    }
+    size_t Pending() {
+        std::lock_guard<std::mutex> lock(mLock);
+        return mPending.size();
+    }
+
+  private:
+    std::mutex mLock;
+    std::condition_variable mChanged;
+    std::set<unsigned> mClosed;       // GUARDED_BY(mLock)
+    std::vector<Frame> mPending;      // GUARDED_BY(mLock), received, delivery not yet returned
+    std::vector<Frame> mFrames;       // GUARDED_BY(mLock)
+    std::vector<uint64_t> mUnpaired;  // GUARDED_BY(mLock)
+};
+
+// One scan's image callback. Destroyed right after the scan's Disable returned, so that a
+// frame delivered later is a use after free that ASan reports (and a late frame that lands
+// before the destruction is marked late by the ledger).
+class ScanCallback : public IImageCallback {
+  public:
+    ScanCallback(Ledger& ledger, unsigned cycle, size_t bytes)
+        : mLedger(ledger), mCycle(cycle), mBytes(bytes) {}
+
+    // One byte a page and the last one: a mapping shorter than the frame faults here, and so
+    // does one longer than the frame file. A full scan would cost the sanitized builds seconds
+    // per scan.
+    bool OnReceiveFrame(void* frame) override {
+        const auto* data = static_cast<const uint8_t*>(frame);
+        const size_t step = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+        bool pattern = data[mBytes - 1] == FakeImagerAdapter::PatternByte(data[0], mBytes - 1);
+        for (size_t i = 0; i < mBytes && pattern; i += step) {
+            pattern = data[i] == FakeImagerAdapter::PatternByte(data[0], i);
+        }
+        mLedger.Received(Frame{mCycle, data[0], pattern, false, UINT64_MAX, false});
+        return true;
+    }
+
+  private:
+    Ledger& mLedger;
+    const unsigned mCycle;
+    const size_t mBytes;
+};
+
+TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
+    // The three geometries scans take turns with; 2280 pixels wide is the padded one.
+    const __preview_size__ kGeometries[] = {
+        {640, 480, 8, false, false}, {2280, 1080, 8, true, false}, {1280, 800, 8, false, true}};
+    soak::QuietLog quiet;
+    orvex::hostlog::ScopedCapture log;
+    soak::Baseline baseline;
+    Ledger ledger;
+    int milliseconds = 0;
+    uint64_t delivered = 0;
+    // Declared before the device so that, if an assertion ends the test mid-scan, the stream
+    // stops (the device goes) before the scan's callback is destroyed.
+    std::unique_ptr<ScanCallback> callback;
+    {
+        orvex::test::SimImager device;
+        FakeImagerAdapter& fake = *device.adapter;
+        fake.SetFrameRate(0);  // back to back: a frame is always arriving
+        fake.SetDeliveryObserver([&](uint64_t number) { ledger.DeliveryReturned(number); });
+        auto* module = new ImagerHIDLProxy<(AndroidVersion)10>();
+        V4L2ImagerAdapterHIDLProxy* adapter = nullptr;
+        for (unsigned cycle = 0; cycle < kCycles; ++cycle) {
+            SCOPED_TRACE("scan " + std::to_string(cycle));
+            const __preview_size__& geometry = kGeometries[cycle % 3];
+            if (adapter == nullptr) {
+                adapter = module->getImagerAdapterHIDLProxy();
+                ASSERT_EQ(0, adapter->InitAdapter("V4L2Adapter", geometry));
+            } else {
+                adapter->SetPreviewSize(geometry);
+            }
+            // Nothing arrived since the last scan's Disable returned.
+            ASSERT_EQ(delivered, fake.FramesDelivered());
+            callback = std::make_unique<ScanCallback>(
+                ledger, cycle,
+                FakeImagerAdapter::FrameBytes(geometry.width, geometry.height,
+                                              geometry.bitsPerPixel));
+            ASSERT_EQ(0, adapter->Enable(callback.get()));
+            ASSERT_EQ(0, adapter->StartStreaming());
+            ASSERT_TRUE(ledger.WaitFor(cycle, kFramesPerCycle));
+            // How the scan ends: a timed hold (false, 1) and the platform's halt (true, on this
+            // "lahaina" profile) each pause to let the imager settle, so they are rarer.
+            const bool halt = cycle % 20 == 13;
+            const int flag = cycle % 20 == 7 ? 1 : !halt && cycle % 3 == 0 ? 2 : 0;
+            ASSERT_EQ(0, adapter->StopStreaming(halt, flag));
+            ASSERT_EQ(0, adapter->Disable());
+            ledger.Close(cycle);
+            delivered = fake.FramesDelivered();
+            callback.reset();
+            ASSERT_EQ(0u, ledger.Pending());
+            if (cycle % kCyclesPerSession == kCyclesPerSession - 1) {
+                // The session ends: the adapter goes back to the module, which closes the
+                // imager and makes a new adapter (a new association) for the next scan.
+                ASSERT_EQ(0, adapter->DeinitAdapter());
+                module->deInit();
+                adapter = nullptr;
+            }
+        }
+        milliseconds = baseline.Milliseconds();
+        EXPECT_EQ(delivered, fake.FramesDelivered());
+        if (adapter != nullptr) module->deInit();
+        delete module;
+        EXPECT_EQ(0, device.imager->OpenCount());
+    }
+
+    const std::vector<Frame> frames = ledger.Frames();
+    EXPECT_EQ(std::vector<uint64_t>{}, ledger.Unpaired());
+    EXPECT_EQ(delivered, frames.size());
+    size_t late = 0, mappedAfterReturn = 0, wrong = 0, repeated = 0;
+    for (size_t i = 0; i < frames.size(); ++i) {
+        const Frame& f = frames[i];
+        late += f.late;
+        mappedAfterReturn += f.mappedAfterReturn;
+        wrong += !f.pattern || f.firstByte != static_cast<uint8_t>(f.number);
+        // The fake numbers its frames in order, so a frame seen twice breaks the order.
+        repeated += i > 0 && f.number <= frames[i - 1].number;
+    }
+    EXPECT_EQ(0u, late);
+    EXPECT_EQ(0u, mappedAfterReturn);
+    EXPECT_EQ(0u, wrong);
+    EXPECT_EQ(0u, repeated);
+    const std::vector<orvex::hostlog::Entry> entries = log.WithTag("ScannerFramework");
+    EXPECT_EQ(0u, soak::Count(entries, "[FrameCallback::onFrame] mmap failed\n"));
+    EXPECT_EQ(0u, soak::Count(entries, "[FrameCallback::onFrameAvailable] OnReceiveFrame failed"));
+    EXPECT_EQ(kCycles,
+              soak::Count(entries, "[V4L2ImagerAdapterHIDLProxy::Enable] Transport is registerd"));
+    baseline.ExpectNothingLeft();  // the fake's streaming thread ended with the service
+    EXPECT_EQ(0u, FrameMappings());
+    RecordProperty("scans", static_cast<int>(kCycles));
+    RecordProperty("frames_delivered", static_cast<int>(frames.size()));
+    RecordProperty("milliseconds", milliseconds);
+}
+
+}  // namespace frames
+}  // namespace
