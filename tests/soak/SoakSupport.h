@@ -4,6 +4,8 @@
 #include <stddef.h>
 
 #include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -45,6 +47,37 @@ class Baseline {
     size_t descriptors_;
     size_t pool_;
     std::chrono::steady_clock::time_point started_;
+};
+
+// A value that threads change under a lock while others wait for a condition on it.
+template <typename T>
+class Watched {
+  public:
+    // Runs `f` on the value under the lock, then wakes the waiters.
+    template <typename F>
+    void Change(F f) {
+        std::unique_lock<std::mutex> lock(mLock);
+        f(mValue);
+        lock.unlock();
+        mChanged.notify_all();
+    }
+    // Runs `f` on the value under the lock and returns what it returns.
+    template <typename F>
+    auto Read(F f) {
+        std::lock_guard<std::mutex> lock(mLock);
+        return f(mValue);
+    }
+    // Waits up to a minute until `holds` is true of the value; false on time-out.
+    template <typename P>
+    bool WaitFor(P holds) {
+        std::unique_lock<std::mutex> lock(mLock);
+        return mChanged.wait_for(lock, std::chrono::minutes(1), [&] { return holds(mValue); });
+    }
+
+  private:
+    std::mutex mLock;
+    std::condition_variable mChanged;
+    T mValue{};  // GUARDED_BY(mLock)
 };
 
 // Records of `log` whose message is `message`.

@@ -9,12 +9,10 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <thread>
@@ -41,8 +39,6 @@ using android::sp;
 using orvex::sim::FakeDCHWManager;
 using orvex::sim::FakeImagerAdapter;
 using orvex::sim::HardwareManagerSim;
-
-constexpr auto kWait = std::chrono::seconds(60);
 
 // The timer service: 10,000 timers created, started, stopped and destroyed from four threads at
 // once and from inside callbacks. Each timer follows one of a few life stories whose callback
@@ -73,14 +69,12 @@ struct Record {
     std::atomic<int> childCallbacks{0};
 };
 
-// Shared with the callbacks, which run on the service's callback thread.
-std::mutex gLock;
-std::condition_variable gFired;
+// Shared with the callbacks, which run on the service's callback thread: changed at each one.
+soak::Watched<int> gFired;
 std::atomic<size_t> gChildren{0};
 
 void Notify() {
-    { std::lock_guard<std::mutex> lock(gLock); }
-    gFired.notify_all();
+    gFired.Change([](int&) {});
 }
 
 void OnChild(TimerProvider* timer) {
@@ -117,8 +111,7 @@ void RunCaller(Record* first, Record* last) {
         if (r->story != kNeverStarted) timer->Start();
         if (CallbackDestroys(r->story)) continue;
         if (r->story == kOwnerDestroysAfterOne) {
-            std::unique_lock<std::mutex> lock(gLock);
-            gFired.wait_for(lock, kWait, [&] { return r->callbacks.load() > 0; });
+            gFired.WaitFor([&](int) { return r->callbacks.load() > 0; });
         } else if (r->story != kNeverStarted) {
             timer->Stop();
         }
@@ -145,16 +138,13 @@ TEST(TimerProviderSoak, TenThousandTimersFromFourThreadsAndFromCallbacksEachCall
                              records.data() + (t + 1) * kTimers / kThreads);
     }
     for (std::thread& caller : callers) caller.join();
-    {
-        std::unique_lock<std::mutex> lock(gLock);
-        EXPECT_TRUE(gFired.wait_for(lock, kWait, [&] {
-            for (const Record& r : records) {
-                if (r.callbacks < kPromised[r.story].least) return false;
-                if (r.childCallbacks < kPromised[r.story].child) return false;
-            }
-            return true;
-        }));
-    }
+    EXPECT_TRUE(gFired.WaitFor([&](int) {
+        for (const Record& r : records) {
+            if (r.callbacks < kPromised[r.story].least) return false;
+            if (r.childCallbacks < kPromised[r.story].child) return false;
+        }
+        return true;
+    }));
     // Nothing is armed any more but what a racing stop may have let through: the service ends
     // with every timer destroyed, by its owner, by itself, or by the end of the service.
     TimerProvider::DeInitialize();
@@ -189,39 +179,21 @@ TEST(TimerProviderSoak, TenThousandTimersFromFourThreadsAndFromCallbacksEachCall
 // death is handled once, and at the end the module has left no thread and no descriptor.
 namespace trigger {
 
-// Keys carry (round, key within the round); the callback runs on the module's reader thread.
+// Keys carry (round, key within the round) and are counted by key; the callback runs on the
+// module's reader thread.
 class CountingCallback : public ITriggerKeyEventWrapperCallBack {
   public:
     void OnKeyEvent(unsigned int round, unsigned int key) override { Add(round, key); }
     void OnPreKeyEvent(unsigned int round, unsigned int key) override { Add(round, key); }
-
-    bool WaitFor(unsigned int round, unsigned int key) {
-        std::unique_lock<std::mutex> lock(mLock);
-        return mChanged.wait_for(lock, kWait, [&] { return mSeen.count({round, key}) != 0; });
-    }
-    // Keys delivered in all, and of keys delivered more than once.
-    std::pair<size_t, size_t> Tally() {
-        std::lock_guard<std::mutex> lock(mLock);
-        std::pair<size_t, size_t> tally{0, 0};
-        for (const auto& e : mSeen) {
-            tally.first += e.second;
-            tally.second += e.second > 1;
-        }
-        return tally;
-    }
-
-  private:
     void Add(unsigned int round, unsigned int key) {
-        {
-            std::lock_guard<std::mutex> lock(mLock);
-            ++mSeen[{round, key}];
-        }
-        mChanged.notify_all();
+        seen.Change([&](Keys& keys) { ++keys[{round, key}]; });
+    }
+    bool WaitFor(unsigned int round, unsigned int key) {
+        return seen.WaitFor([&](Keys& keys) { return keys.count({round, key}) != 0; });
     }
 
-    std::mutex mLock;
-    std::condition_variable mChanged;
-    std::map<std::pair<unsigned, unsigned>, int> mSeen;  // GUARDED_BY(mLock)
+    using Keys = std::map<std::pair<unsigned, unsigned>, int>;
+    soak::Watched<Keys> seen;
 };
 
 TEST(HWTriggerSoak, AThousandServiceDeathsWhileKeysArePressed) {
@@ -257,15 +229,21 @@ TEST(HWTriggerSoak, AThousandServiceDeathsWhileKeysArePressed) {
     const int milliseconds = baseline.Milliseconds();
 
     EXPECT_TRUE(module.ReleaseHWTrigger());
-    const std::pair<size_t, size_t> tally = callback.Tally();
-    EXPECT_EQ(0u, tally.second) << "keys delivered more than once";
+    size_t delivered = 0, repeated = 0;
+    callback.seen.Read([&](CountingCallback::Keys& keys) {
+        for (const auto& key : keys) {
+            delivered += key.second;
+            repeated += key.second > 1;
+        }
+    });
+    EXPECT_EQ(0u, repeated) << "keys delivered more than once";
     const std::vector<orvex::hostlog::Entry> entries = log.WithTag("ScannerFramework");
     EXPECT_EQ(kDeaths, soak::Count(entries, "ISS [HW Trigger] DCHWManager Died"));
     EXPECT_EQ(kDeaths, soak::Count(entries, "ISS HWTrigger<T>::handlDCHWManagerDeath Done "));
     EXPECT_EQ(kDeaths + 1, soak::Count(entries, "[IDCHWManager] Acquired ITrigger interface."));
     baseline.ExpectNothingLeft();  // the reader and the service's writer are gone
     RecordProperty("deaths", static_cast<int>(kDeaths));
-    RecordProperty("keys_delivered", static_cast<int>(tally.first));
+    RecordProperty("keys_delivered", static_cast<int>(delivered));
     RecordProperty("milliseconds", milliseconds);
 }
 
@@ -284,24 +262,25 @@ constexpr unsigned kFloodThreads = 3;
 constexpr size_t kDeliveriesPerCycle = 20;
 constexpr int8_t kScannerType = 2;
 
+struct Deliveries {
+    std::unordered_map<uint64_t, std::pair<int, unsigned>> byId;  // count, cycle of the last
+    std::map<unsigned, size_t> perCycle;
+};
+
 // What the caller's callbacks saw, across all cycles; outlives every callback. Callbacks run on
 // runtime threads, everything else on the test's thread or the flood threads.
 struct Ledger {
     // A callback of `cycle` received message `id`; `ok` false when the message was garbled.
     void Delivered(unsigned cycle, uint64_t id, bool ok) {
         // Checked first: a call after the release is the fault this soak is after.
-        if (cycle <= releasedThrough.load()) late++;
-        if (!ok) {
-            malformed++;
-            return;
-        }
-        {
-            std::lock_guard<std::mutex> hold(lock);
-            ++deliveries[id].first;
-            deliveries[id].second = cycle;
-            ++perCycle[cycle];
-        }
-        changed.notify_all();
+        late += cycle <= releasedThrough.load();
+        malformed += !ok;
+        seen.Change([&](Deliveries& d) {
+            if (!ok) return;
+            ++d.byId[id].first;
+            d.byId[id].second = cycle;
+            ++d.perCycle[cycle];
+        });
     }
 
     // The caller's side of a cycle, as the flood threads read it around each message: odd
@@ -310,10 +289,7 @@ struct Ledger {
     std::atomic<unsigned> releasedThrough{0};
     std::atomic<size_t> late{0};
     std::atomic<size_t> malformed{0};
-    std::mutex lock;
-    std::condition_variable changed;
-    std::unordered_map<uint64_t, std::pair<int, unsigned>> deliveries;  // GUARDED_BY(lock)
-    std::map<unsigned, size_t> perCycle;                                // GUARDED_BY(lock)
+    soak::Watched<Deliveries> seen;
 };
 
 // One cycle's callback, for either module. Messages carry an id: the sending flood thread in the
@@ -374,11 +350,8 @@ void Soak(const std::function<bool(uint64_t)>& send,
             callback.reset(new FloodCallback(ledger, cycle));
             ASSERT_NO_FATAL_FAILURE(acquire(callback.get()));
             ledger.state.store(2 * cycle + 1);
-            {
-                std::unique_lock<std::mutex> hold(ledger.lock);
-                ASSERT_TRUE(ledger.changed.wait_for(
-                    hold, kWait, [&] { return ledger.perCycle[cycle] >= kDeliveriesPerCycle; }));
-            }
+            ASSERT_TRUE(ledger.seen.WaitFor(
+                [&](Deliveries& d) { return d.perCycle[cycle] >= kDeliveriesPerCycle; }));
             ledger.state.store(2 * cycle + 2);
             ASSERT_NO_FATAL_FAILURE(release());
             ledger.releasedThrough.store(cycle);
@@ -389,20 +362,21 @@ void Soak(const std::function<bool(uint64_t)>& send,
     for (std::thread& thread : flood) thread.join();
     const int milliseconds = baseline.Milliseconds();
 
-    std::lock_guard<std::mutex> hold(ledger.lock);
     size_t delivered = 0, repeated = 0, owedCount = 0, missing = 0, misrouted = 0;
-    for (const auto& d : ledger.deliveries) {
-        delivered += d.second.first;
-        repeated += d.second.first > 1;
-    }
-    for (const auto& messages : owed) {
-        for (const auto& message : messages) {
-            ++owedCount;
-            const auto it = ledger.deliveries.find(message.first);
-            missing += it == ledger.deliveries.end();
-            misrouted += it != ledger.deliveries.end() && it->second.second != message.second;
+    ledger.seen.Read([&](Deliveries& d) {
+        for (const auto& message : d.byId) {
+            delivered += message.second.first;
+            repeated += message.second.first > 1;
         }
-    }
+        for (const auto& messages : owed) {
+            for (const auto& message : messages) {
+                ++owedCount;
+                const auto it = d.byId.find(message.first);
+                missing += it == d.byId.end();
+                misrouted += it != d.byId.end() && it->second.second != message.second;
+            }
+        }
+    });
     EXPECT_EQ(0u, ledger.late.load());
     EXPECT_EQ(0u, ledger.malformed.load());
     EXPECT_EQ(0u, missing);
@@ -512,65 +486,13 @@ struct Frame {
 // What every scan's callback reports to, and what outlives the callbacks: the frames each
 // scan received, in order, checked on the runtime thread while mapped, and paired with the
 // fake's frame number once the delivery returned.
-class Ledger {
-  public:
-    void Received(Frame frame) {
-        {
-            std::lock_guard<std::mutex> lock(mLock);
-            frame.late = mClosed.count(frame.cycle) != 0;
-            mPending.push_back(frame);
-        }
-        mChanged.notify_all();
-    }
-    // On the fake's streaming thread, after the library's onFrameAvailable returned, that is
-    // after OnReceiveFrame returned and the library had its chance to unmap.
-    void DeliveryReturned(uint64_t number) {
-        const bool mapped = FrameMappings() != 0;
-        std::lock_guard<std::mutex> lock(mLock);
-        // Every delivered frame reaches exactly one callback exactly once.
-        if (mPending.size() == 1) {
-            mFrames.push_back(mPending[0]);
-            mFrames.back().number = number;
-            mFrames.back().mappedAfterReturn = mapped;
-        } else {
-            mUnpaired.push_back(number);
-        }
-        mPending.clear();
-    }
-    bool WaitFor(unsigned cycle, uint64_t count) {
-        std::unique_lock<std::mutex> lock(mLock);
-        return mChanged.wait_for(lock, kWait, [&] {
-            uint64_t seen = 0;
-            for (const Frame& f : mFrames) seen += f.cycle == cycle;
-            for (const Frame& f : mPending) seen += f.cycle == cycle;
-            return seen >= count;
-        });
-    }
-    void Close(unsigned cycle) {
-        std::lock_guard<std::mutex> lock(mLock);
-        mClosed.insert(cycle);
-    }
-    std::vector<Frame> Frames() {
-        std::lock_guard<std::mutex> lock(mLock);
-        return mFrames;
-    }
-    std::vector<uint64_t> Unpaired() {
-        std::lock_guard<std::mutex> lock(mLock);
-        return mUnpaired;
-    }
-    size_t Pending() {
-        std::lock_guard<std::mutex> lock(mLock);
-        return mPending.size();
-    }
-
-  private:
-    std::mutex mLock;
-    std::condition_variable mChanged;
-    std::set<unsigned> mClosed;       // GUARDED_BY(mLock)
-    std::vector<Frame> mPending;      // GUARDED_BY(mLock), received, delivery not yet returned
-    std::vector<Frame> mFrames;       // GUARDED_BY(mLock)
-    std::vector<uint64_t> mUnpaired;  // GUARDED_BY(mLock)
+struct Scans {
+    std::set<unsigned> closed;       // whose Disable returned
+    std::vector<Frame> pending;      // received, delivery not yet returned
+    std::vector<Frame> frames;       // delivered, in order
+    std::vector<uint64_t> unpaired;  // delivered to no callback or to several
 };
+using Ledger = soak::Watched<Scans>;
 
 // One scan's image callback. Destroyed right after the scan's Disable returned, so that a
 // frame delivered later is a use after free that ASan reports (and a late frame that lands
@@ -590,7 +512,11 @@ class ScanCallback : public IImageCallback {
         for (size_t i = 0; i < mBytes && pattern; i += step) {
             pattern = data[i] == FakeImagerAdapter::PatternByte(data[0], i);
         }
-        mLedger.Received(Frame{mCycle, data[0], pattern, false, UINT64_MAX, false});
+        Frame received{mCycle, data[0], pattern, false, UINT64_MAX, false};
+        mLedger.Change([&](Scans& s) {
+            received.late = s.closed.count(mCycle) != 0;
+            s.pending.push_back(received);
+        });
         return true;
     }
 
@@ -617,7 +543,22 @@ TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
         orvex::test::SimImager device;
         FakeImagerAdapter& fake = *device.adapter;
         fake.SetFrameRate(0);  // back to back: a frame is always arriving
-        fake.SetDeliveryObserver([&](uint64_t number) { ledger.DeliveryReturned(number); });
+        // On the fake's streaming thread, after the library's onFrameAvailable returned, that
+        // is after OnReceiveFrame returned and the library had its chance to unmap.
+        fake.SetDeliveryObserver([&](uint64_t number) {
+            const bool mapped = FrameMappings() != 0;
+            ledger.Change([&](Scans& s) {
+                // Every delivered frame reaches exactly one callback exactly once.
+                if (s.pending.size() == 1) {
+                    s.frames.push_back(s.pending[0]);
+                    s.frames.back().number = number;
+                    s.frames.back().mappedAfterReturn = mapped;
+                } else {
+                    s.unpaired.push_back(number);
+                }
+                s.pending.clear();
+            });
+        });
         auto* module = new ImagerHIDLProxy<(AndroidVersion)10>();
         V4L2ImagerAdapterHIDLProxy* adapter = nullptr;
         for (unsigned cycle = 0; cycle < kCycles; ++cycle) {
@@ -637,17 +578,22 @@ TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
                                               geometry.bitsPerPixel));
             ASSERT_EQ(0, adapter->Enable(callback.get()));
             ASSERT_EQ(0, adapter->StartStreaming());
-            ASSERT_TRUE(ledger.WaitFor(cycle, kFramesPerCycle));
+            ASSERT_TRUE(ledger.WaitFor([&](Scans& s) {
+                uint64_t seen = 0;
+                for (const Frame& f : s.frames) seen += f.cycle == cycle;
+                for (const Frame& f : s.pending) seen += f.cycle == cycle;
+                return seen >= kFramesPerCycle;
+            }));
             // How the scan ends: a timed hold (false, 1) and the platform's halt (true, on this
             // "lahaina" profile) each pause to let the imager settle, so they are rarer.
             const bool halt = cycle % 20 == 13;
             const int flag = cycle % 20 == 7 ? 1 : !halt && cycle % 3 == 0 ? 2 : 0;
             ASSERT_EQ(0, adapter->StopStreaming(halt, flag));
             ASSERT_EQ(0, adapter->Disable());
-            ledger.Close(cycle);
+            ledger.Change([&](Scans& s) { s.closed.insert(cycle); });
             delivered = fake.FramesDelivered();
             callback.reset();
-            ASSERT_EQ(0u, ledger.Pending());
+            ASSERT_EQ(0u, ledger.Read([](Scans& s) { return s.pending.size(); }));
             if (cycle % kCyclesPerSession == kCyclesPerSession - 1) {
                 // The session ends: the adapter goes back to the module, which closes the
                 // imager and makes a new adapter (a new association) for the next scan.
@@ -663,8 +609,9 @@ TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
         EXPECT_EQ(0, device.imager->OpenCount());
     }
 
-    const std::vector<Frame> frames = ledger.Frames();
-    EXPECT_EQ(std::vector<uint64_t>{}, ledger.Unpaired());
+    const Scans scans = ledger.Read([](Scans& s) { return s; });
+    const std::vector<Frame>& frames = scans.frames;
+    EXPECT_EQ(std::vector<uint64_t>{}, scans.unpaired);
     EXPECT_EQ(delivered, frames.size());
     size_t late = 0, mappedAfterReturn = 0, wrong = 0, repeated = 0;
     for (size_t i = 0; i < frames.size(); ++i) {
