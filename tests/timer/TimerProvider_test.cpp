@@ -15,13 +15,12 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "../soak/SoakSupport.h"
 #include "TestSupport.h"
 
 namespace {
@@ -37,8 +36,7 @@ constexpr const char* kDepsPath = "/system/etc/scanner/ExternalDependencies.xml"
 constexpr const char* kOwnRootVariable = "ORVEX_TIMER_TEST_ROOT";
 
 // What the callbacks saw, in order. The context of every timer in a test.
-class Recorder {
-  public:
+struct Recorder {
     struct Firing {
         TimerProvider* timer;
         Clock::time_point at;
@@ -48,32 +46,21 @@ class Recorder {
 
     static void OnTimer(TimerProvider* timer) {
         auto* recorder = static_cast<Recorder*>(timer->p_Context);
-        {
-            std::lock_guard<std::mutex> lock(recorder->mutex_);
-            recorder->firings_.push_back(
-                {timer, Clock::now(), std::this_thread::get_id(), timer->p_Context});
-        }
-        recorder->changed_.notify_all();
+        recorder->firings.Change([&](std::vector<Firing>& firings) {
+            firings.push_back({timer, Clock::now(), std::this_thread::get_id(), timer->p_Context});
+        });
         if (auto then = recorder->then.load()) then(timer);
     }
-
     // Waits until `count` firings were recorded; false on time-out.
     bool WaitFor(size_t count) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(20),
-                                 [&] { return firings_.size() >= count; });
+        return firings.WaitFor([&](std::vector<Firing>& f) { return f.size() >= count; });
     }
     std::vector<Firing> Firings() {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return firings_;
+        return firings.Read([](std::vector<Firing>& f) { return f; });
     }
 
+    soak::Watched<std::vector<Firing>> firings;
     std::atomic<void (*)(TimerProvider*)> then{nullptr};  // runs after each firing is recorded
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::vector<Firing> firings_;
 };
 
 class TimerProviderTest : public ::testing::Test {
@@ -269,6 +256,19 @@ TEST(TimerProviderPipe, NamedThroughTheResolverReusedWhenLeftOverAndEndsTheProce
     const std::string fileEntry =
         "<file><name>sctimerfifo</name><absolutepath>true</absolutepath>"
         "<path>/data/vendor/scanner/timer.fifo</path></file>";
+    const std::vector<Entry> reused = {
+        {3, "ScannerFramework",
+         "[TimerProvider::Initialize] Named pipe already exists. Not creating.\n"}};
+    const std::vector<Entry> ended = {
+        {6, "ScannerFramework",
+         "[TimerProvider::Initialize] Error while creating Named pipe. (return:-1, errno:2)\n"},
+        {7, "####ASSERTION#####",
+         "This is not my fault, Something else has malfunctioned - Sincerly ScanningService\n"},
+        {7, "####ASSERTION#####",
+         "ERROR DESCRIPTION: [TimerProvider::Initialize] Error while creating Named pipe.\n"},
+        {7, "####ASSERTION#####",
+         "ASSERTING AT device/common/platform_bundle/dependencies/Utils/TimerProvider:71 \n"}};
+    const char* vendorPipe = "/data/vendor/scanner/timer.fifo";
     const struct {
         const char* what;
         std::string files;
@@ -277,14 +277,8 @@ TEST(TimerProviderPipe, NamedThroughTheResolverReusedWhenLeftOverAndEndsTheProce
         const char* pipe;  // none: the process ends
         std::vector<Entry> log;
     } cases[] = {
-        {"file entry", fileEntry, "", false, "/data/vendor/scanner/timer.fifo", {}},
-        {"left over",
-         fileEntry,
-         "",
-         true,
-         "/data/vendor/scanner/timer.fifo",
-         {{3, "ScannerFramework",
-           "[TimerProvider::Initialize] Named pipe already exists. Not creating.\n"}}},
+        {"file entry", fileEntry, "", false, vendorPipe, {}},
+        {"left over", fileEntry, "", true, vendorPipe, reused},
         {"property",
          "",
          "sctimerfifo=/data/vendor/scanner/prop.fifo\n",
@@ -292,19 +286,8 @@ TEST(TimerProviderPipe, NamedThroughTheResolverReusedWhenLeftOverAndEndsTheProce
          "/data/vendor/scanner/prop.fifo",
          {}},
         {"not configured", "", "", false, "/data/local/tmp/sctimerfifo", {}},
-        {"cannot be created",
-         "<file><name>sctimerfifo</name><path>/missing/dir/fifo</path></file>",
-         "",
-         false,
-         nullptr,
-         {{6, "ScannerFramework",
-           "[TimerProvider::Initialize] Error while creating Named pipe. (return:-1, errno:2)\n"},
-          {7, "####ASSERTION#####",
-           "This is not my fault, Something else has malfunctioned - Sincerly ScanningService\n"},
-          {7, "####ASSERTION#####",
-           "ERROR DESCRIPTION: [TimerProvider::Initialize] Error while creating Named pipe.\n"},
-          {7, "####ASSERTION#####",
-           "ASSERTING AT device/common/platform_bundle/dependencies/Utils/TimerProvider:71 \n"}}},
+        {"cannot be created", "<file><name>sctimerfifo</name><path>/missing/dir/fifo</path></file>",
+         "", false, nullptr, ended},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
