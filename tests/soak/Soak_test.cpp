@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <hidl/HidlTransportSupport.h>
 #include <string.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <atomic>

@@ -25,7 +25,7 @@ thread_local std::string t_failing;
 const char* Which(const void* attr) {
     return attr == nullptr ? " default" : attr == t_lastAttr ? " prepared" : " other";
 }
-const char* Sharing(int pshared) {
+std::string Sharing(int pshared) {
     return pshared == PTHREAD_PROCESS_PRIVATE  ? " private"
            : pshared == PTHREAD_PROCESS_SHARED ? " shared"
                                                : " ?";
@@ -49,33 +49,21 @@ const char* Prepare(T* attr) {
 
 }  // namespace
 
+// Each replacement: the call, its parameters, what it records after its name, its arguments.
+#define REPLACE(call, params, detail, ...) \
+    int call params { return Forward(#call, detail, __VA_ARGS__); }
+
 extern "C" {
-int pthread_mutexattr_init(pthread_mutexattr_t* a) {
-    return Forward("pthread_mutexattr_init", Prepare(a), a);
-}
-int pthread_mutexattr_setpshared(pthread_mutexattr_t* a, int s) {
-    return Forward("pthread_mutexattr_setpshared", std::string(Sharing(s)) + Which(a), a, s);
-}
-int pthread_mutex_init(pthread_mutex_t* m, const pthread_mutexattr_t* a) {
-    return Forward("pthread_mutex_init", Which(a), m, a);
-}
-int pthread_mutexattr_destroy(pthread_mutexattr_t* a) {
-    return Forward("pthread_mutexattr_destroy", Which(a), a);
-}
-int pthread_condattr_init(pthread_condattr_t* a) {
-    return Forward("pthread_condattr_init", Prepare(a), a);
-}
-int pthread_condattr_setpshared(pthread_condattr_t* a, int s) {
-    return Forward("pthread_condattr_setpshared", std::string(Sharing(s)) + Which(a), a, s);
-}
-int pthread_cond_init(pthread_cond_t* c, const pthread_condattr_t* a) {
-    return Forward("pthread_cond_init", Which(a), c, a);
-}
-int pthread_condattr_destroy(pthread_condattr_t* a) {
-    return Forward("pthread_condattr_destroy", Which(a), a);
-}
-int pthread_mutex_destroy(pthread_mutex_t* m) { return Forward("pthread_mutex_destroy", "", m); }
-int pthread_cond_destroy(pthread_cond_t* c) { return Forward("pthread_cond_destroy", "", c); }
+REPLACE(pthread_mutexattr_init, (pthread_mutexattr_t * a), Prepare(a), a)
+REPLACE(pthread_mutexattr_setpshared, (pthread_mutexattr_t * a, int s), Sharing(s) + Which(a), a, s)
+REPLACE(pthread_mutex_init, (pthread_mutex_t * m, const pthread_mutexattr_t* a), Which(a), m, a)
+REPLACE(pthread_mutexattr_destroy, (pthread_mutexattr_t * a), Which(a), a)
+REPLACE(pthread_condattr_init, (pthread_condattr_t * a), Prepare(a), a)
+REPLACE(pthread_condattr_setpshared, (pthread_condattr_t * a, int s), Sharing(s) + Which(a), a, s)
+REPLACE(pthread_cond_init, (pthread_cond_t * c, const pthread_condattr_t* a), Which(a), c, a)
+REPLACE(pthread_condattr_destroy, (pthread_condattr_t * a), Which(a), a)
+REPLACE(pthread_mutex_destroy, (pthread_mutex_t * m), "", m)
+REPLACE(pthread_cond_destroy, (pthread_cond_t * c), "", c)
 }  // extern "C"
 
 namespace {
