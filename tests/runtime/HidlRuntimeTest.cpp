@@ -1,6 +1,6 @@
 // The host HIDL runtime and fast message queue as the library meets them: a ring shared by two
-// mappings, event-flag waits across mappings, services behind proxies, death notices and the
-// fatal read of a failed result, callbacks on runtime threads.
+// mappings, event-flag waits across mappings, services behind proxies, death notices on runtime
+// threads, the fatal read of a failed result, and lookups that wait for a dead service.
 
 #include <errno.h>
 #include <fmq/EventFlag.h>
@@ -15,7 +15,6 @@
 #include <thread>
 #include <vector>
 
-#include "FakeSerial.h"
 #include "HardwareManagerSim.h"
 
 namespace {
@@ -73,17 +72,13 @@ TEST(MessageQueue, TwoMappingsShareTheRingAndItsEventFlagWord) {
     EXPECT_EQ(EventFlag::deleteEventFlag(&flag), OK);
 }
 
-// Records death notices ("COOKIE proxy" when `who` is mWho) and serial data ("data N"), each
-// marked when it did not come on a runtime thread.
-class Recorder : public ::android::hardware::hidl_death_recipient, public ISerialCallback {
+// Records the cookies of death notices, each marked when it did not come on a runtime thread.
+class Recorder : public ::android::hardware::hidl_death_recipient {
   public:
-    void serviceDied(uint64_t cookie, const ::android::wp<IBase>& who) override {
-        Add(std::to_string(cookie) + (who.unsafe_get() == mWho ? " proxy" : " other"));
-    }
-    ::android::hardware::Return<void> onSerialData(
-        const ::android::hardware::hidl_vec<uint8_t>& data) override {
-        Add("data " + std::to_string(data.size()));
-        return ::android::hardware::Void();
+    void serviceDied(uint64_t cookie, const ::android::wp<IBase>&) override {
+        std::lock_guard<std::mutex> lock(mLock);
+        mSeen.push_back(std::to_string(cookie) + (orvex::hidl::OnRpcThread() ? "" : " elsewhere"));
+        mChanged.notify_all();
     }
     // What came, once `count` have (or after a time-out, what came by then).
     Strings WaitFor(size_t count) {
@@ -91,14 +86,8 @@ class Recorder : public ::android::hardware::hidl_death_recipient, public ISeria
         mChanged.wait_for(lock, kWait, [&] { return mSeen.size() >= count; });
         return mSeen;
     }
-    IBase* mWho = nullptr;
 
   private:
-    void Add(const std::string& what) {
-        std::lock_guard<std::mutex> lock(mLock);
-        mSeen.push_back(what + (orvex::hidl::OnRpcThread() ? "" : " off the runtime"));
-        mChanged.notify_all();
-    }
     std::mutex mLock;
     std::condition_variable mChanged;
     Strings mSeen;
@@ -111,15 +100,13 @@ TEST(HidlRuntime, DeathIsToldOnceToEachLinkAndFailsEveryProxy) {
     sp<ITrigger> trigger = manager->getTriggerInterface();
     ASSERT_TRUE(trigger != nullptr && trigger->isRemote());
     sp<Recorder> onTrigger = new Recorder, onManager = new Recorder, unlinked = new Recorder;
-    onTrigger->mWho = trigger.get();
-    onManager->mWho = manager.get();
     ASSERT_TRUE(static_cast<bool>(trigger->linkToDeath(onTrigger, 0)));
     ASSERT_TRUE(static_cast<bool>(manager->linkToDeath(onManager, 42)));
     ASSERT_TRUE(static_cast<bool>(trigger->linkToDeath(unlinked, 1)));
     EXPECT_TRUE(static_cast<bool>(trigger->unlinkToDeath(unlinked)));
     sim.Kill();
-    EXPECT_EQ(onTrigger->WaitFor(1), Strings{"0 proxy"});
-    EXPECT_EQ(onManager->WaitFor(1), Strings{"42 proxy"});
+    EXPECT_EQ(onTrigger->WaitFor(1), Strings{"0"});
+    EXPECT_EQ(onManager->WaitFor(1), Strings{"42"});
     EXPECT_TRUE(unlinked->WaitFor(0).empty());
 
     ::android::hardware::Return<bool> acquired = trigger->acquireTrigger();
@@ -138,18 +125,6 @@ TEST(HidlRuntime, DeathIsToldOnceToEachLinkAndFailsEveryProxy) {
     sim.Restart();
     ASSERT_EQ(found.wait_for(kWait), std::future_status::ready);
     EXPECT_TRUE(found.get()->ping().isOk());
-}
-
-TEST(HidlRuntime, ServiceCallsIntoClientCallbacksRunOnRuntimeThreads) {
-    sp<orvex::sim::FakeSerial> port = new orvex::sim::FakeSerial;
-    orvex::sim::HardwareManagerSim sim(false);
-    sim.AddBuilder([&](orvex::sim::FakeDCHWManager& manager) { manager.SetSerial(port); });
-    sim.Start();
-    sp<Recorder> callback = new Recorder;
-    sp<ISerial> serial = IDCHWManager::getService()->getSerialInterface();
-    ASSERT_EQ(static_cast<uint8_t>(serial->registerCallback(callback)), 0);
-    EXPECT_TRUE(port->Receive({1, 2}));
-    EXPECT_EQ(callback->WaitFor(1), Strings{"data 2"});
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
-// The trigger configuration module: the list callers get trigger keys in and one trigger entry
-// in-process, then the module in fresh caller processes, each on its own device: the trigger
-// resource file's keys and their parsing, the built-in triggers, the SKU level of one model, the
-// relabelling on a model without imager, the device profiles and the list as callers use it.
+// The trigger configuration module in fresh caller processes, each on its own device: the
+// trigger resource file's keys and their parsing, the built-in triggers, the SKU level of one
+// model, the relabelling on a model without imager, and the list's handling as callers use it
+// (its walk, removal by the cursor and clearing, through the list's table of virtual functions).
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -10,45 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "OdkList.h"
 #include "TestSupport.h"
 
 namespace {
 
 using namespace orvex::test;
-using IntList = odk::List<int*>;
 using Strings = std::vector<std::string>;
-
-std::vector<int> Walk(IntList& list) {
-    std::vector<int> seen;
-    for (list.begin(); list.hasNext(); list.movenext()) seen.push_back(*list.get());
-    return seen;
-}
-
-TEST(TriggerList, CursorWalksRemovesAndClearsWithoutDeletingElements) {
-    int values[] = {1, 2, 3};
-    const std::vector<std::vector<int>> afterRemoving = {{2, 3}, {1, 3}, {1, 2}, {1, 2, 3}};
-    for (size_t position = 0; position < afterRemoving.size(); ++position) {
-        SCOPED_TRACE(position);
-        IntList list;
-        list.begin();
-        EXPECT_FALSE(list.hasNext());
-        for (int& v : values) list.push_back(&v);
-        EXPECT_EQ(&values[0], list.begin());
-        // Removal takes the cursor's node; past the end there is none to take. hasNext tells
-        // whether the cursor is on an element; it does not look ahead.
-        for (size_t i = 0; i < position; ++i) list.movenext();
-        EXPECT_EQ(position < 3, list.hasNext());
-        list.remove();
-        EXPECT_EQ(afterRemoving[position].size(), list.size());
-        EXPECT_EQ(afterRemoving[position], Walk(list));
-        EXPECT_EQ((std::vector<int>{1, 2, 3}), std::vector<int>(values, values + 3));
-        if (position == 3) continue;  // destroyed with its nodes: ASan reports a leak
-        list.clear();
-        EXPECT_TRUE(list.empty());
-        EXPECT_EQ(std::vector<int>{}, Walk(list));
-    }
-}
 
 constexpr const char* kResourcePath = "/system/etc/scanner/ScannerResourceConfig.xml";
 const Strings kRun = {"init", "list", "deinit"};
