@@ -35,25 +35,17 @@ class ChildChecks {
   public:
     template <typename A, typename B>
     void Eq(const char* what, const A& actual, const B& expected) {
-        if (!(actual == expected)) {
-            std::ostringstream out;
-            out << what << ": got " << actual << ", expected " << expected << "\n";
-            failures_ += out.str();
-        }
+        if (actual == expected) return;
+        std::ostringstream out;
+        out << what << ": got " << actual << ", expected " << expected << "\n";
+        failures_ += out.str();
     }
     void True(const char* what, bool condition) {
         if (!condition) failures_ += std::string(what) + ": false\n";
     }
     void Logged(const std::vector<Entry>& actual, const std::vector<Entry>& expected) {
         if (actual == expected) return;
-        failures_ += "log differs; got:\n";
-        for (const Entry& e : actual) {
-            failures_ += "  " + std::to_string(e.priority) + " " + e.tag + " " + e.message + "\n";
-        }
-        failures_ += "expected:\n";
-        for (const Entry& e : expected) {
-            failures_ += "  " + std::to_string(e.priority) + " " + e.tag + " " + e.message + "\n";
-        }
+        failures_ += "log differs; got:\n" + Listed(actual) + "expected:\n" + Listed(expected);
     }
     [[noreturn]] void Exit() {
         fputs(failures_.c_str(), stderr);
@@ -62,6 +54,14 @@ class ChildChecks {
     }
 
   private:
+    static std::string Listed(const std::vector<Entry>& entries) {
+        std::string out;
+        for (const Entry& e : entries) {
+            out += "  " + std::to_string(e.priority) + " " + e.tag + " " + e.message + "\n";
+        }
+        return out;
+    }
+
     std::string failures_;
 };
 

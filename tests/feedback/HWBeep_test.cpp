@@ -1,32 +1,34 @@
-// The beep module against the fake beep service, audio service and audio policy.
+// The beep module and its audio client, against the fake beep service, audio service and audio
+// policy.
 
 #include "HWBeep.h"
 
+#include <binder/Binder.h>
 #include <gtest/gtest.h>
 #include <limits.h>
 
 #include <memory>
 
-#include "ComponentIndex.h"
 #include "DeviceInfoBuilder.h"
 #include "FakeAudioService.h"
 #include "FakeHardwareBeep.h"
 #include "FeedbackTestEnv.h"
-#include "HWBeepHal.h"
 #include "orvex/audio_devices.h"
-#include "orvex/log_capture.h"
+#include "orvex/binder_services.h"
 
 namespace {
 
 using android::sp;
-using feedback_test::ChildChecks;
 using feedback_test::Debug;
 using feedback_test::Entry;
 using feedback_test::Error;
 using feedback_test::Info;
+using orvex::hostlog::ScopedCapture;
 using orvex::sim::FakeAudioService;
-using orvex::sim::FakeHardwareBeep;
-using Beep = FakeHardwareBeep;
+using Beep = orvex::sim::FakeHardwareBeep;
+using Calls = std::vector<Beep::Call>;
+using Lines = std::vector<Entry>;
+using Transactions = std::vector<FakeAudioService::Transaction>;
 
 // Opens the module's state to the tests.
 class HWBeepProbe : public HWBeep<ANDROID_VERSION_10> {
@@ -40,16 +42,112 @@ class HWBeepProbe : public HWBeep<ANDROID_VERSION_10> {
     using HWBeep::m_Parameters;
 };
 
-Entry Cfa(const std::string& text) { return {4, "SFSoftwareCFA", text}; }
-
 // The module's own lines: the device-information lines it causes are that component's.
-std::vector<Entry> BeepLines(const orvex::hostlog::ScopedCapture& log) {
-    std::vector<Entry> out;
+Lines BeepLines(const ScopedCapture& log) {
+    Lines out;
     for (const Entry& e : log.Entries()) {
         if (e.tag == "ScannerFramework" && e.message.rfind("[DeviceInfo::", 0) == 0) continue;
         if (e.tag == "ScannerFramework" || e.tag == "SFSoftwareCFA") out.push_back(e);
     }
     return out;
+}
+
+TEST(AudioProxy, SendsEachCallWithItsCodeAndReadsTheWordAfterTheException) {
+    sp<FakeAudioService> fake = new FakeAudioService();
+    sp<IAudioManager> proxy = IAudioManager::asInterface(fake);
+    fake->SetStreamVolume(4, 6, 7);
+    EXPECT_EQ(6, proxy->getStreamVolume(4));
+    const std::vector<uint8_t> volumeRequest = fake->LastRequest();
+    EXPECT_EQ(7, proxy->getStreamMaxVolume(4));
+    EXPECT_EQ(volumeRequest, fake->LastRequest());
+    android::String8 package("com.example.scanner");
+    proxy->setStreamVolume(3, 9, 0x11, package);
+    EXPECT_EQ((Transactions{{8, 0, true, {4}, ""},
+                            {10, 0, true, {4}, ""},
+                            {3, 0, true, {3, 9, 0x11}, "com.example.scanner"}}),
+              fake->Transactions());
+    fake->SetException(FakeAudioService::kExSecurity);
+    EXPECT_EQ(9, proxy->getStreamVolume(3));
+    EXPECT_EQ(15, proxy->getStreamMaxVolume(3));
+
+    // A binder that knows none of the codes: the transaction fails and the reply is empty.
+    proxy = IAudioManager::asInterface(orvex::binder::AsRemote(new android::BBinder()));
+    EXPECT_EQ(0, proxy->getStreamVolume(4));
+    EXPECT_EQ(0, proxy->getStreamMaxVolume(4));
+}
+
+// The audio client looks the service up once per process; the beep falls back to volume 10
+// (-1 of -1) when it failed.
+TEST(AudioManager, LooksTheServiceUpOnceAndAnswersMinusOneWithoutIt) {
+    struct Case {
+        bool serviceManager;
+        bool service;
+        Lines lines;
+        int volume, max, afterSet, beepVolume;
+        size_t transactions;
+    } cases[] = {
+        {true,
+         true,
+         {Debug("[AudioManager::LoadService] Received an instance of service manager")},
+         2,
+         7,
+         4,
+         6,
+         4},
+        {true,
+         false,
+         {Debug("[AudioManager::LoadService] Received an instance of service manager"),
+          Error("[AudioManager::LoadService] Audio service client object not received"),
+          Error("[AudioManager::AudioManager] Unable to load AudioManager\n")},
+         -1,
+         -1,
+         -1,
+         10,
+         0},
+        {false,
+         false,
+         {Error("[AudioManager::LoadService] Unable to get an instance of the service manager"),
+          Error("[AudioManager::AudioManager] Unable to load AudioManager\n")},
+         -1,
+         -1,
+         -1,
+         10,
+         0},
+    };
+    for (const Case& c : cases) {
+        EXPECT_IN_FRESH_PROCESS({
+            feedback_test::ChildChecks check;
+            orvex::binder::SetServiceManagerAvailable(c.serviceManager);
+            sp<FakeAudioService> fake = c.service ? FakeAudioService::Register() : nullptr;
+            ScopedCapture log;
+            AudioManager* audio = AudioManager::GetInstance();
+            check.Logged(log.Entries(), c.lines);
+            check.True("same instance", audio == AudioManager::GetInstance());
+            // A service that appears later is never looked up.
+            orvex::binder::SetServiceManagerAvailable(true);
+            if (fake == nullptr) fake = FakeAudioService::Register();
+            fake->SetStreamVolume(5, 2, 7);
+            check.Eq("volume", audio->GetStreamVolume(5), c.volume);
+            check.Eq("max", audio->GetStreamMaxVolume(5), c.max);
+            android::String8 package("pkg");
+            audio->setStreamVolume(5, 4, 0, package);
+            check.Eq("volume after set", audio->GetStreamVolume(5), c.afterSet);
+            check.Eq("transactions", fake->Transactions().size(), c.transactions);
+            // The beep follows the notification stream (slider 3) when the device has no volume.
+            feedback_test::SetScannerBeepVolume(-1);
+            sp<Beep> beep = Beep::Register();
+            {
+                HWBeepProbe module;
+                module.SetParameter("volume_slider_type", "3");
+                check.True("initialize", module.InitializeFeedback());
+                beep->ClearCalls();
+                module.PrepareFeedbackForTrigger();
+                check.True("config", beep->Calls() == Calls{Beep::SetBeepConfig(
+                                                          12, 30, c.beepVolume, 15000, 15000)});
+            }
+            check.Exit();
+        });
+    }
 }
 
 class HWBeepTest : public ::testing::Test {
@@ -64,7 +162,6 @@ class HWBeepTest : public ::testing::Test {
     void SetUp() override {
         feedback_test::SetScannerBeepVolume(5);
         orvex::audio::ResetDevices();
-        audio_->SetException(0);
         audio_->ClearTransactions();
         beep_ = Beep::Register();
         module_ = std::make_unique<HWBeepProbe>();
@@ -81,7 +178,7 @@ class HWBeepTest : public ::testing::Test {
     }
 
     static FakeAudioService* audio_;
-    sp<FakeHardwareBeep> beep_;
+    sp<Beep> beep_;
     std::unique_ptr<HWBeepProbe> module_;
 };
 
@@ -93,8 +190,7 @@ TEST_F(HWBeepTest, VolumeComesFromTheDeviceOrTheRescaledStream) {
         const char* ignoreOvc;
         const char* slider;
         int stream;  // the stream asked, when asked
-        int current;
-        int max;
+        int current, max;
         bool streamAsked;
         int volume;
     } cases[] = {
@@ -123,93 +219,94 @@ TEST_F(HWBeepTest, VolumeComesFromTheDeviceOrTheRescaledStream) {
         feedback_test::SetScannerBeepVolume(c.scannerVolume);
         module_->SetParameter("ignore_ovc_volume", c.ignoreOvc);
         module_->SetParameter("volume_slider_type", c.slider);
+        module_->SetParameter("volume", "3");  // replaced by the computed volume
         audio_->SetStreamVolume(c.stream, c.current, c.max);
         audio_->ClearTransactions();
         beep_->ClearCalls();
+        ScopedCapture log;
 
         EXPECT_TRUE(module_->PrepareFeedbackForTrigger());
-
-        EXPECT_EQ(std::vector<Beep::Call>{Beep::SetBeepConfig(12, 30, c.volume, 15000, 15000)},
-                  beep_->Calls());
-        std::vector<FakeAudioService::Transaction> asked;
+        EXPECT_EQ(Calls{Beep::SetBeepConfig(12, 30, c.volume, 15000, 15000)}, beep_->Calls());
+        Transactions asked;
         if (c.streamAsked) asked = {{8, 0, true, {c.stream}, ""}, {10, 0, true, {c.stream}, ""}};
         EXPECT_EQ(asked, audio_->Transactions());
         EXPECT_EQ(c.volume, module_->i_Volume);
+        // The line reports the slider setting, not the stream it selects.
+        Lines lines = {Debug("[HWBeep<T>::PrepareFeedbackForTrigger ] +")};
+        if (c.streamAsked) {
+            lines.push_back(Debug("[HWBEEP<T>::PrepareFeedbackForTrigger] Stream " +
+                                  std::string(c.slider) + ", Current volume " +
+                                  std::to_string(c.current) + ", Max volume " +
+                                  std::to_string(c.max)));
+        }
+        lines.push_back(
+            Debug("[HWBEEP<T>::PrepareFeedbackForTrigger] i_Volume= " + std::to_string(c.volume)));
+        EXPECT_EQ(lines, BeepLines(log));
+        EXPECT_EQ("frequency=12;duration=30;volume=" + std::to_string(c.volume) +
+                      ";timeout=15000;timeout_after=15000",
+                  std::string(module_->m_Parameters));
     }
-}
 
-TEST_F(HWBeepTest, PrepareLogsAndKeepsTheConfigurationText) {
-    feedback_test::SetScannerBeepVolume(-1);
-    audio_->SetStreamVolume(4, 7, 15);
-    module_->SetParameter("volume_slider_type", "2");
-    Initialize();
-    {
-        orvex::hostlog::ScopedCapture log;
-        module_->PrepareFeedbackForTrigger();
-        EXPECT_EQ(
-            (std::vector<Entry>{
-                Debug("[HWBeep<T>::PrepareFeedbackForTrigger ] +"),
-                Debug("[HWBEEP<T>::PrepareFeedbackForTrigger] Stream 2, Current volume 7, Max "
-                      "volume 15"),
-                Debug("[HWBEEP<T>::PrepareFeedbackForTrigger] i_Volume= 5"),
-            }),
-            BeepLines(log));
-    }
-    EXPECT_STREQ("frequency=12;duration=30;volume=5;timeout=15000;timeout_after=15000",
-                 module_->m_Parameters);
-
-    // A volume set by parameter is replaced by the computed one; the tone settings stay.
+    // The tone settings reach the service and the text.
     feedback_test::SetScannerBeepVolume(7);
-    module_->SetParameter("volume", "3");
     module_->SetParameter("frequency", "2500");
     module_->SetParameter("duration", "90");
     beep_->ClearCalls();
     module_->PrepareFeedbackForTrigger();
     EXPECT_STREQ("frequency=2500;duration=90;volume=7;timeout=15000;timeout_after=15000",
                  module_->m_Parameters);
-    EXPECT_EQ(std::vector<Beep::Call>{Beep::SetBeepConfig(2500, 90, 7, 15000, 15000)},
-              beep_->Calls());
+    EXPECT_EQ(Calls{Beep::SetBeepConfig(2500, 90, 7, 15000, 15000)}, beep_->Calls());
 }
 
-TEST_F(HWBeepTest, TriggerRestartsOnceWhenTheServiceRefuses) {
+TEST_F(HWBeepTest, TriggerRestartsOnceWhenTheServiceRefusesAndNotWhenSilenced) {
+    const Calls restarted = {Beep::StartBeep(), Beep::SetBeepConfig(12, 30, 7, 15000, 15000),
+                             Beep::StartBeep()};
     struct Case {
+        const char* mode;
         std::vector<int32_t> answers;
-        std::vector<Beep::Call> calls;
+        Calls calls;
     } cases[] = {
-        {{1}, {Beep::StartBeep()}},
-        {{7}, {Beep::StartBeep()}},
-        {{0, 0},
-         {Beep::StartBeep(), Beep::SetBeepConfig(12, 30, 7, 15000, 15000), Beep::StartBeep()}},
-        {{-4, 1},
-         {Beep::StartBeep(), Beep::SetBeepConfig(12, 30, 7, 15000, 15000), Beep::StartBeep()}},
+        {"0", {1}, {Beep::StartBeep()}},
+        {"0", {7}, {Beep::StartBeep()}},
+        {"0", {0, 0}, restarted},
+        {"0", {-4, 1}, restarted},
+        {"3", {0}, {}},
     };
     Initialize();
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.answers[0]);
+        module_->SetParameter("remote_scanner_audio_feedback_mode", c.mode);
         beep_->ScriptStartBeep(c.answers);
         beep_->ClearCalls();
-        orvex::hostlog::ScopedCapture log;
+        ScopedCapture log;
         EXPECT_TRUE(module_->TriggerFeedback());
-        EXPECT_EQ(c.calls, beep_->Calls()) << c.answers[0];
-        EXPECT_EQ((std::vector<Entry>{
-                      Debug("[HWBeep::TriggerFeedback] +"),
-                      Debug("[HWBeep::TriggerFeedback] - start_beep +"),
-                      Cfa("[HWBeep::TriggerFeedback] --Audio in SF Trigger \n"),
-                      Cfa("[HWBeep::TriggerFeedback] --Audio beep start Trigger"),
-                      Cfa("[HWBeep::TriggerFeedback] --Audio beep stop Trigger"),
-                  }),
-                  BeepLines(log));
+        EXPECT_EQ(c.calls, beep_->Calls());
+        Lines lines = {Debug("[HWBeep::TriggerFeedback] +")};
+        if (!c.calls.empty()) {
+            lines.insert(
+                lines.end(),
+                {Debug("[HWBeep::TriggerFeedback] - start_beep +"),
+                 {4, "SFSoftwareCFA", "[HWBeep::TriggerFeedback] --Audio in SF Trigger \n"},
+                 {4, "SFSoftwareCFA", "[HWBeep::TriggerFeedback] --Audio beep start Trigger"},
+                 {4, "SFSoftwareCFA", "[HWBeep::TriggerFeedback] --Audio beep stop Trigger"}});
+        }
+        EXPECT_EQ(lines, BeepLines(log));
     }
+    // Silenced, the preparation asks neither service either.
+    audio_->ClearTransactions();
+    ScopedCapture log;
+    EXPECT_TRUE(module_->PrepareFeedbackForTrigger());
+    EXPECT_TRUE(beep_->Calls().empty());
+    EXPECT_TRUE(audio_->Transactions().empty());
+    EXPECT_EQ(Lines{Debug("[HWBeep<T>::PrepareFeedbackForTrigger ] +")}, BeepLines(log));
 }
 
 TEST_F(HWBeepTest, ParameterKeysFollowTheirTwoChains) {
     struct Case {
         const char* name;
         const char* value;
-        bool enabled;
-        bool ignoreOvc;
-        int slider;
-        int frequency;
-        int duration;
+        bool enabled, ignoreOvc;
+        int slider, frequency, duration;
     } cases[] = {
         {"remote_scanner_audio_feedback_mode", "0", true, false, 2, 12, 30},
         {"remote_scanner_audio_feedback_mode", "1", false, false, 2, 12, 30},
@@ -231,7 +328,7 @@ TEST_F(HWBeepTest, ParameterKeysFollowTheirTwoChains) {
     };
     for (const Case& c : cases) {
         HWBeepProbe module;
-        orvex::hostlog::ScopedCapture log;
+        ScopedCapture log;
         module.SetParameter(c.name, c.value);
         SCOPED_TRACE(std::string(c.name) + "=" + c.value);
         EXPECT_EQ(c.enabled, module.b_beepEnabled);
@@ -239,104 +336,72 @@ TEST_F(HWBeepTest, ParameterKeysFollowTheirTwoChains) {
         EXPECT_EQ(c.slider, module.i_VolumeSliderType);
         EXPECT_EQ(c.frequency, module.i_Frequency);
         EXPECT_EQ(c.duration, module.i_Duration);
-        std::vector<Entry> expected;
-        if (c.ignoreOvc) expected = {Debug("[HWBeep::SetParameter] b_ignore_ovc_volume to true\n")};
-        EXPECT_EQ(expected, BeepLines(log));
+        Lines lines;
+        if (c.ignoreOvc) lines = {Debug("[HWBeep::SetParameter] b_ignore_ovc_volume to true\n")};
+        EXPECT_EQ(lines, BeepLines(log));
+        // A later value other than "true" clears the flag again.
+        module.SetParameter("ignore_ovc_volume", "false");
+        EXPECT_FALSE(module.b_ignore_ovc_volume);
     }
-
-    // A later value other than "true" clears the flag again.
-    HWBeepProbe module;
-    module.SetParameter("ignore_ovc_volume", "true");
-    module.SetParameter("ignore_ovc_volume", "false");
-    EXPECT_FALSE(module.b_ignore_ovc_volume);
-    EXPECT_STREQ("", module.GetParameter("volume"));
 }
 
-TEST_F(HWBeepTest, SilencedBeepCallsNoService) {
-    Initialize();
-    module_->SetParameter("remote_scanner_audio_feedback_mode", "3");
-    orvex::hostlog::ScopedCapture log;
-    EXPECT_TRUE(module_->PrepareFeedbackForTrigger());
-    EXPECT_TRUE(module_->TriggerFeedback());
-    EXPECT_TRUE(beep_->Calls().empty());
-    EXPECT_TRUE(audio_->Transactions().empty());
-    EXPECT_EQ((std::vector<Entry>{Debug("[HWBeep<T>::PrepareFeedbackForTrigger ] +"),
-                                  Debug("[HWBeep::TriggerFeedback] +")}),
-              BeepLines(log));
-}
-
-TEST_F(HWBeepTest, InitializeAndIsSupportedAskTheService) {
+// The connection is shared by every beep module and dropped by a probe, a failure or a
+// module's destruction; a dead or missing service is fetched again.
+TEST_F(HWBeepTest, SharedConnectionIsProbedDroppedAndFetchedAgain) {
     beep_->SetSupported(false);
-    orvex::hostlog::ScopedCapture log;
-    EXPECT_FALSE(module_->IsSupported());
-    EXPECT_FALSE(module_->InitializeFeedback());
-    EXPECT_EQ((std::vector<Entry>{Error("[HWBEEP::InitializeFeedback] HWBEEP IS NOT SUPPORTED..")}),
-              BeepLines(log));
-    EXPECT_EQ((std::vector<Beep::Call>{Beep::IsHWBeepSupported(), Beep::IsHWBeepSupported()}),
-              beep_->Calls());
-
+    {
+        ScopedCapture log;
+        EXPECT_FALSE(module_->IsSupported());
+        EXPECT_FALSE(module_->InitializeFeedback());
+        EXPECT_EQ(Lines{Error("[HWBEEP::InitializeFeedback] HWBEEP IS NOT SUPPORTED..")},
+                  BeepLines(log));
+    }
+    EXPECT_EQ((Calls{Beep::IsHWBeepSupported(), Beep::IsHWBeepSupported()}), beep_->Calls());
     beep_->SetSupported(true);
     EXPECT_TRUE(module_->IsSupported());
-    // Probing leaves no connection behind.
     EXPECT_EQ(nullptr, HWBeepHal::sp_IHardwareBeepConfigs);
     EXPECT_FALSE(HWBeepHal::b_HWbeepInit);
     EXPECT_TRUE(module_->InitializeFeedback());
     EXPECT_NE(nullptr, HWBeepHal::sp_IHardwareBeepConfigs);
     EXPECT_TRUE(HWBeepHal::b_HWbeepInit);
-    EXPECT_STREQ("HWBeep", module_->GetModuleName());
-}
 
-TEST_F(HWBeepTest, MissingServiceFailsAndIsFetchedAgainAfterTheFailure) {
-    Beep::Remove();
-    orvex::hostlog::ScopedCapture log;
-    EXPECT_FALSE(module_->IsSupported());
-    EXPECT_FALSE(module_->InitializeFeedback());
-    EXPECT_EQ((std::vector<Entry>{
-                  Error("[HWBeep::HWBeep()] Unable to get IHardwareBeepConfigs interface."),
-                  Error("[HWBeep::HWBeep()] Unable to get IHardwareBeepConfigs interface."),
-                  Error("[HWBeep::InitializeFeedback] initialization failed"),
-              }),
-              BeepLines(log));
-
+    // The service restarts: the held reference fails its ping, the new instance is fetched.
+    sp<Beep> old = beep_;
+    old->ClearCalls();
     beep_ = Beep::Register();
-    EXPECT_TRUE(module_->InitializeFeedback());
-}
+    HWBeepProbe second;
+    EXPECT_TRUE(second.InitializeFeedback());
+    EXPECT_EQ(Calls{Beep::IsHWBeepSupported()}, beep_->Calls());
+    second.PrepareFeedbackForTrigger();
+    EXPECT_EQ(2u, beep_->Calls().size());
+    EXPECT_TRUE(old->Calls().empty());
+    module_.reset();
+    EXPECT_EQ(nullptr, HWBeepHal::sp_IHardwareBeepConfigs);
+    EXPECT_FALSE(HWBeepHal::b_HWbeepInit);
 
-TEST_F(HWBeepTest, AnEmptyFetchIsNotRepeatedUntilTheStateIsCleared) {
+    Beep::Remove();
+    {
+        ScopedCapture log;
+        EXPECT_FALSE(second.IsSupported());
+        EXPECT_FALSE(second.InitializeFeedback());
+        const Entry unable =
+            Error("[HWBeep::HWBeep()] Unable to get IHardwareBeepConfigs interface.");
+        EXPECT_EQ(
+            (Lines{unable, unable, Error("[HWBeep::InitializeFeedback] initialization failed")}),
+            BeepLines(log));
+    }
+    beep_ = Beep::Register();
+    EXPECT_TRUE(second.InitializeFeedback());
+    // An empty fetch is not repeated until the state is cleared.
     HWBeepHal::b_HWbeepInit = true;
     HWBeepHal::sp_IHardwareBeepConfigs.clear();
     EXPECT_EQ(nullptr, HWBeepHal::associate());
     HWBeepHal::b_HWbeepInit = false;
     EXPECT_NE(nullptr, HWBeepHal::associate());
-}
-
-TEST_F(HWBeepTest, DeadServiceIsFetchedAgainBySharingModules) {
-    Initialize();
-    sp<Beep> old = beep_;
-    // The service restarts: the held reference fails its ping, the new instance is fetched.
-    beep_ = Beep::Register();
-    HWBeepProbe second;
-    EXPECT_TRUE(second.InitializeFeedback());
-    EXPECT_EQ(std::vector<Beep::Call>{Beep::IsHWBeepSupported()}, beep_->Calls());
-    EXPECT_TRUE(old->Calls().empty());
-    second.PrepareFeedbackForTrigger();
-    EXPECT_EQ(2u, beep_->Calls().size());
-}
-
-TEST_F(HWBeepTest, DestroyingAModuleDropsTheSharedConnection) {
-    Initialize();
-    EXPECT_NE(nullptr, HWBeepHal::sp_IHardwareBeepConfigs);
-    module_.reset();
-    EXPECT_EQ(nullptr, HWBeepHal::sp_IHardwareBeepConfigs);
-    EXPECT_FALSE(HWBeepHal::b_HWbeepInit);
-}
-
-TEST_F(HWBeepTest, StartingOnADeadServiceEndsTheProcess) {
-    Initialize();
     EXPECT_DEATH(
         {
             Beep::Kill();
-            module_->TriggerFeedback();
+            second.TriggerFeedback();
         },
         "Attempted to retrieve value from failed HIDL call");
 }
@@ -346,65 +411,56 @@ TEST_F(HWBeepTest, HeadsetCheckAsksAllNineOutputsInOrder) {
         {0x4, ""},   {0x8, ""},  {0x4000000, ""}, {0x80, ""}, {0x100, ""},
         {0x200, ""}, {0x10, ""}, {0x20, ""},      {0x40, ""},
     };
-    {
-        orvex::hostlog::ScopedCapture log;
-        EXPECT_FALSE(module_->CheckExternalHeadset());
-        EXPECT_EQ(nine, orvex::audio::DeviceQueries());
-        EXPECT_EQ(std::vector<Entry>{Debug(
-                      "[HWBeep::CheckExternalHeadset] No External Headset is connected\n")},
-                  BeepLines(log));
-    }
-    for (audio_devices_t device : {0x4u, 0x40u, 0x4000000u}) {
+    struct Case {
+        audio_devices_t device;
+        bool headset;
+    } cases[] = {{AUDIO_DEVICE_NONE, false},
+                 {0x4, true},
+                 {0x40, true},
+                 {0x4000000, true},
+                 {AUDIO_DEVICE_OUT_SPEAKER, false}};
+    for (const Case& c : cases) {
         orvex::audio::ResetDevices();
-        orvex::audio::SetDeviceConnectionState(device, "00:11:22:33:44:55",
-                                               AUDIO_POLICY_DEVICE_STATE_AVAILABLE);
-        orvex::hostlog::ScopedCapture log;
-        EXPECT_TRUE(module_->CheckExternalHeadset()) << device;
+        if (c.device != AUDIO_DEVICE_NONE) {
+            orvex::audio::SetDeviceConnectionState(c.device, "00:11:22:33:44:55",
+                                                   AUDIO_POLICY_DEVICE_STATE_AVAILABLE);
+        }
+        ScopedCapture log;
+        EXPECT_EQ(c.headset, module_->CheckExternalHeadset()) << c.device;
         EXPECT_EQ(nine, orvex::audio::DeviceQueries());
-        EXPECT_EQ(std::vector<Entry>{Info(
-                      "[HWBeep::CheckExternalHeadset] BT or Wired Headset detected\n")},
+        EXPECT_EQ(Lines{c.headset ? Info("[HWBeep::CheckExternalHeadset] BT or Wired Headset "
+                                         "detected\n")
+                                  : Debug("[HWBeep::CheckExternalHeadset] No External Headset "
+                                          "is connected\n")},
                   BeepLines(log));
     }
-    orvex::audio::ResetDevices();
-    orvex::audio::SetDeviceConnectionState(AUDIO_DEVICE_OUT_SPEAKER, "",
-                                           AUDIO_POLICY_DEVICE_STATE_AVAILABLE);
-    EXPECT_FALSE(module_->CheckExternalHeadset());
 }
 
-TEST_F(HWBeepTest, TrivialOperationsAnswerFixedValues) {
+TEST_F(HWBeepTest, RegisteredFeedbackModulesAnswerTheirFixedValues) {
+    struct Case {
+        PlatformModuleTag tag;
+        const char* name;
+        const char* parameter;
+        bool reinitialized;
+    } cases[] = {
+        {PLATFORM_MODULE_BEEP, "HWBeep", "", true},
+        {PLATFORM_MODULE_LED, "LEDNotification", nullptr, true},
+        {PLATFORM_MODULE_EXTERNAL_HAPTIC, "IExternalHapticFeedack", nullptr, false},
+    };
+    for (const Case& c : cases) {
+        std::unique_ptr<IFeedbackModule> module(
+            static_cast<IFeedbackModule*>(ComponentIndex::Instance()->CreateModule(c.tag, c.name)));
+        ASSERT_NE(nullptr, module) << c.name;
+        EXPECT_STREQ(c.name, module->GetModuleName());
+        EXPECT_STREQ(c.parameter, module->GetParameter("volume"));
+        EXPECT_EQ(c.reinitialized, module->ReinitializeFeedback());
+        EXPECT_TRUE(module->ReadSubmit());
+        EXPECT_FALSE(module->CheckExternalHeadset());
+        module->ReleaseResources();
+        module->SetCallback(nullptr);
+    }
     EXPECT_TRUE(module_->ResetFeedback());
-    EXPECT_TRUE(module_->ReinitializeFeedback());
-    EXPECT_TRUE(module_->ReadSubmit());
-    module_->ReleaseResources();
-    module_->SetCallback(nullptr);
     EXPECT_TRUE(beep_->Calls().empty());
-    EXPECT_EQ(4, module_->GetStreamType());
-}
-
-TEST(HWBeepRegistration, RegisteredUnderTagZero) {
-    IPlatformModule* module =
-        ComponentIndex::Instance()->CreateModule(PLATFORM_MODULE_BEEP, "HWBeep");
-    ASSERT_NE(nullptr, module);
-    EXPECT_STREQ("HWBeep", static_cast<IFeedbackModule*>(module)->GetModuleName());
-    delete module;
-}
-
-TEST(HWBeepWithoutAudio, UnreachableAudioServiceGivesVolumeTen) {
-    EXPECT_IN_FRESH_PROCESS({
-        ChildChecks check;
-        feedback_test::SetScannerBeepVolume(-1);
-        sp<Beep> beep = Beep::Register();
-        {
-            HWBeepProbe module;
-            check.True("initialize", module.InitializeFeedback());
-            beep->ClearCalls();
-            module.PrepareFeedbackForTrigger();
-            check.Eq("volume", module.i_Volume, 10);
-            check.True("config", beep->Calls() == std::vector<Beep::Call>{Beep::SetBeepConfig(
-                                                      12, 30, 10, 15000, 15000)});
-        }
-        check.Exit();
-    });
 }
 
 }  // namespace
