@@ -57,6 +57,7 @@ TEST(ComponentIndex, CountsCreatesAndRegistersModulesPerTag) {
     EXPECT_EQ(counts, "0120000001001000");
     EXPECT_EQ(getPlatformVersion(), 1);
 
+    const std::string missing = "[ComponentIndex::CreateModule] Unable to find module ";
     struct Case {
         int tag;
         const char* name;   // null: looked up by tag alone, under the tag's fixed name
@@ -84,12 +85,9 @@ TEST(ComponentIndex, CountsCreatesAndRegistersModulesPerTag) {
         };
         IPlatformModule* module = get();
         std::vector<Entry> expected;
-        if (c.error) {
-            std::string text = c.error;
-            if (text[0] != '[')
-                text = "[ComponentIndex::CreateModule] Unable to find module " + text + "\n";
-            expected.push_back({ANDROID_LOG_ERROR, "ScannerFramework", text});
-        }
+        if (c.error)
+            expected.push_back({ANDROID_LOG_ERROR, "ScannerFramework",
+                                c.error[0] == '[' ? c.error : missing + c.error + "\n"});
         EXPECT_EQ(log.Entries(), expected);
         EXPECT_EQ(module == nullptr, c.error != nullptr);
         if (module != nullptr) {
@@ -102,11 +100,8 @@ TEST(ComponentIndex, CountsCreatesAndRegistersModulesPerTag) {
         EXPECT_EQ(g_liveModules, 0);
     }
 
-    orvex::hostlog::ScopedCapture log;
+    // A name may repeat under another tag.
     Registry()->AddPlatformModule(&Constructor<TestModule<true>>, PLATFORM_MODULE_CAMERA, "HWBeep");
-    EXPECT_EQ(log.Entries(), (std::vector<Entry>{{ANDROID_LOG_INFO, "ScannerFramework",
-                                                  "[ComponentIndex::AddPlatformModule] Adding "
-                                                  "platform module 'HWBeep' with Tag '13'\n"}}));
     EXPECT_EQ(GetNumberOfPlatformModulesForTag(PLATFORM_MODULE_CAMERA), 1);
 }
 

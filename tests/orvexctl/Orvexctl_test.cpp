@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <map>
 #include <regex>
 #include <string>
 #include <vector>
@@ -74,53 +73,50 @@ TEST(Orvexctl, UsageErrorsExitWithTwo) {
 }
 
 TEST(Orvexctl, EveryCommandWorksOnEveryShippedProfile) {
-    Json profiles = Orvexctl({"--json", "profiles"});
-    EXPECT_EQ(profiles["default"].String(), "default");
-    std::map<std::string, std::string> described;
-    for (const Json& p : profiles["profiles"].Array())
-        described[p["name"].String()] = p["description"].String();
+    std::string profiles;  // with a "?" after a profile without description
+    const Json list = Orvexctl({"--json", "profiles"});
+    for (const Json& p : list["profiles"].Array()) {
+        profiles += p["name"].String() + (p["description"].String().empty() ? "? " : " ");
+    }
+    EXPECT_EQ(profiles + list["default"].String(),
+              "HX2105x QT7BW camera-only default tr41 default");
     // clang-format off
-    const std::vector<std::array<std::string, 3>> cases = {  // profile, facts, trigger keys
-        {"default", "lahaina TR52 13 1", "init: 726 Trigger Left TRIGGER_LEFT, 727 Trigger Right TRIGGER_RIGHT, 725 Trigger Center TRIGGER_CENTER"},
-        {"tr41", "holi TR41 14 1", "init: 726 Trigger Left TRIGGER_LEFT, 727 Trigger Right TRIGGER_RIGHT"},
+    const std::vector<std::array<std::string, 3>> cases = {  // profile, facts and scanners, keys
+        {"default", "lahaina TR52 13 1 0123",
+         "init: 726 Trigger Left TRIGGER_LEFT, 727 Trigger Right TRIGGER_RIGHT, 725 Trigger Center TRIGGER_CENTER"},
+        {"tr41", "holi TR41 14 1 0123", "init: 726 Trigger Left TRIGGER_LEFT, 727 Trigger Right TRIGGER_RIGHT"},
         // No device element: Init answers false and the table stays empty.
-        {"camera-only", "bengal TR21 11 1", "no init:"},
+        {"camera-only", "bengal TR21 11 1 012", "no init:"},
         // Keys listed under the SKU.
-        {"HX2105x", "lahaina HX2105x 13 1", "init: 725 Trigger Center TRIGGER_CENTER, 728 Trigger Grip TRIGGER_GRIP"},
+        {"HX2105x", "lahaina HX2105x 13 1 012", "init: 725 Trigger Center TRIGGER_CENTER, 728 Trigger Grip TRIGGER_GRIP"},
         // Without an imager the centre trigger drives the key mapper.
-        {"QT7BW", "holi QT7BW 14 1", "init: 725 Key Mapper Scan KEY_MAPPER_SCAN, 311 Key Mapper R1 KEY_MAPPER_R1"},
+        {"QT7BW", "holi QT7BW 14 1 01", "init: 725 Key Mapper Scan KEY_MAPPER_SCAN, 311 Key Mapper R1 KEY_MAPPER_R1"},
     };
     // clang-format on
     for (const auto& c : cases) {
         SCOPED_TRACE(c[0]);
-        EXPECT_NE(described[c[0]], "");
-        Json modules = Orvexctl({"--profile", c[0], "--json", "modules"});
-        EXPECT_TRUE(modules["ok"].Bool());
-        EXPECT_EQ(modules["version"].Int(), 1);
-        std::string tags;  // tag:count, supported (+) or not (-), names
-        for (const Json& t : modules["tags"].Array()) {
-            tags += std::to_string(t["tag"].Int()) + ":" + std::to_string(t["count"].Int()) +
+        const Json modules = Orvexctl({"--profile", c[0], "--json", "modules"});
+        std::string tags = modules["ok"].Bool() ? "version " : "not ok ";
+        tags += std::to_string(modules["version"].Int());
+        for (const Json& t : modules["tags"].Array()) {  // tag:count, supported (+) or not, names
+            tags += " " + std::to_string(t["tag"].Int()) + ":" + std::to_string(t["count"].Int()) +
                     (t["supported"].Bool() ? "+" : "-");
             for (const Json& name : t["modules"].Array()) tags += name.String();
-            tags += " ";
         }
         // Tags 8, 11 and 13 are only handed out by name, never by tag alone.
         EXPECT_EQ(tags,
-                  "0:1+HWBeep 1:1+LEDNotification 2:1+Triggers 3:0- 4:0- 5:0- 6:1+HWTrigger "
-                  "7:1+IExternalHapticFeedack 8:1-ImagerHIDLProxy 9:1+SerialPort "
+                  "version 1 0:1+HWBeep 1:1+LEDNotification 2:1+Triggers 3:0- 4:0- 5:0- "
+                  "6:1+HWTrigger 7:1+IExternalHapticFeedack 8:1-ImagerHIDLProxy 9:1+SerialPort "
                   "10:1+PlugableDeviceNotifier 11:1-BatterySwapModule 12:1+PlatformHWInfoRetriever "
-                  "13:1-CameraModule ");
+                  "13:1-CameraModule");
 
-        Json info = Orvexctl({"--profile", c[0], "--json", "info"});
+        const Json info = Orvexctl({"--profile", c[0], "--json", "info"});
         const Json& facts = info["facts"];
-        EXPECT_EQ(facts["platform"].String() + " " + facts["model"].String() + " " +
-                      facts["androidVersion"].String() + " " +
-                      std::to_string(facts["rearCamera"].Int()),
-                  c[1]);
-        ASSERT_GT(info["scanners"].size(), 0u);
-        for (size_t i = 0; i < info["scanners"].size(); ++i) {
-            EXPECT_EQ(info["scanners"][i]["index"].Int(), static_cast<int>(i));
-        }
+        std::string seen = facts["platform"].String() + " " + facts["model"].String() + " " +
+                           facts["androidVersion"].String() + " " +
+                           std::to_string(facts["rearCamera"].Int()) + " ";
+        for (const Json& s : info["scanners"].Array()) seen += std::to_string(s["index"].Int());
+        EXPECT_EQ(seen, c[1]);
         std::string keys = info["triggers"]["init"].Bool() ? "init:" : "no init:";
         for (const Json& k : info["triggers"]["keys"].Array()) {
             keys += std::string(keys.back() == ':' ? " " : ", ") +
@@ -129,11 +125,12 @@ TEST(Orvexctl, EveryCommandWorksOnEveryShippedProfile) {
         }
         EXPECT_EQ(keys, c[2]);
 
-        Json check = Orvexctl({"--profile", c[0], "--json", "check"});
-        EXPECT_TRUE(check["ok"].Bool());
+        const Json check = Orvexctl({"--profile", c[0], "--json", "check"});
+        std::string failed = check["ok"].Bool() ? "" : "not ok";
         for (const Json& step : check["steps"].Array()) {
-            EXPECT_EQ(step["status"].String(), "ok") << step["step"].String();
+            if (step["status"].String() != "ok") failed += " " + step["step"].String();
         }
+        EXPECT_EQ(failed, "");
     }
 }
 
@@ -154,6 +151,14 @@ TEST(Orvexctl, ResolveTellsWhereEachTextComesFrom) {
 }
 
 TEST(Orvexctl, CheckReportsEachWayTheServiceWouldStop) {
+    // A device fact missing from the properties and with no default in the dependencies.
+    const auto noFact = [](const std::string& p) {
+        return std::vector<Edit>{{"/system/build.prop", p + "=[^\n]*\n", ""},
+                                 {kDeps, "<name>" + p + "</name>\\s*<value>[^<]*</value>",
+                                  "<name>" + p + "</name><value></value>"}};
+    };
+    const std::string info = "LibProperties/src/DeviceInfo",
+                      util = "LibProperties/utility/XMLParserUtil";
     struct Case {
         std::string step, description, source;  // the source under the bundle's dependencies
         int line;
@@ -162,49 +167,34 @@ TEST(Orvexctl, CheckReportsEachWayTheServiceWouldStop) {
         // clang-format off
         {"settings", "Can't attach JVM to current thread.", "PersistManager/src/XMLFilePersist", 21,
          {{kSettings, "^[^]*", "<?xml version=\"1.0\"?>\n"}}},
-        {"dependencies", "ConfigInfo : Unable to load ExternalDependencies XML file", "includes/ConfigInfo", 121, {{kDeps, "", ""}}},
-        {"dependencies", "[ConfigInfo::ResolveConfigDependency] Failed : No root element.", "includes/ConfigInfo", 130,
-         {{kDeps, "^[^]*", "<!-- nothing -->\n"}}},
-        {"dependencies", "ConfigInfo : No files node in ExternalDependencies XML", "includes/ConfigInfo", 138,
-         {{kDeps, "<files>[^]*</files>", ""}}},
-        {"dependencies", "ConfigInfo : No binaries node in ExternalDependencies XML", "includes/ConfigInfo", 146,
-         {{kDeps, "<binaries>[^]*</binaries>", ""}}},
-        {"dependencies", "ConfigInfo : No properties node in ExternalDependencies XML", "includes/ConfigInfo", 154,
-         {{kDeps, "<properties>[^]*</properties>", ""}}},
-        {"GetPlatformName", "GetPlatformName Failed", "LibProperties/src/DeviceInfo", 118,
-         {{"/system/build.prop", "ro.board.platform=[^\n]*\n", ""},
-          {kDeps, "<name>ro.board.platform</name>\\s*<value>[^<]*</value>", "<name>ro.board.platform</name><value></value>"}}},
-        {"GetProductModel", "GetProductModel Failed", "LibProperties/src/DeviceInfo", 140,
-         {{"/system/build.prop", "ro.product.model=[^\n]*\n", ""},
-          {kDeps, "<name>ro.product.model</name>\\s*<value>[^<]*</value>", "<name>ro.product.model</name><value></value>"}}},
+        {"dependencies", "ConfigInfo : Unable to load ExternalDependencies XML file",
+         "includes/ConfigInfo", 121, {{kDeps, "", ""}}},
+        {"dependencies", "ConfigInfo : No files node in ExternalDependencies XML", "includes/ConfigInfo",
+         138, {{kDeps, "<files>[^]*</files>", ""}}},
+        {"GetPlatformName", "GetPlatformName Failed", info, 118, noFact("ro.board.platform")},
+        {"GetProductModel", "GetProductModel Failed", info, 140, noFact("ro.product.model")},
         // A platform library without its entry points.
-        {"GetPlatformName", "Unable to load function GetAbstractedPlatformModule\n", "LibProperties/src/DeviceInfo", 66,
+        {"GetPlatformName", "Unable to load function GetAbstractedPlatformModule\n", info, 66,
          {{"/system/lib64/libplatform.orvex.so", "", ORVEX_BUILD_DIR "/lib/libovc.so"}}},
-        {"scannerlist", "XMLParserUtil : Unable to load ScannerList XML file", "LibProperties/utility/XMLParserUtil", 30,
-         {{kList, "", ""}}},
+        {"scannerlist", "XMLParserUtil : Unable to load ScannerList XML file", util, 30, {{kList, "", ""}}},
         {"scannerlist", "XMLParserUtil : No node in ScannerList XML with AndroidVersion = Android_13",
-         "LibProperties/utility/XMLParserUtil", 44, {{kList, "Android_13", "Android_99"}}},
-        {"scannerlist", "XMLParserUtil : No default node in ScannerList XML", "LibProperties/utility/XMLParserUtil", 52,
-         {{kList, "<(/?)default>", "<$1defaults>"}}},
-        {"scannerlist", "XMLParserUtil : No platform node in ScannerList XML", "LibProperties/utility/XMLParserUtil", 59,
-         {{kList, "<(/?)platform>", "<$1platforms>"}}},
+         util, 44, {{kList, "Android_13", "Android_99"}}},
         // clang-format on
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.description);
         Json doc = CheckEdited(c.edits, 1);
         EXPECT_FALSE(doc["ok"].Bool());
-        int stops = 0;
+        std::string stops;
         for (const Json& step : doc["steps"].Array()) {
             if (step["step"].String() != c.step) continue;
-            ++stops;
-            EXPECT_EQ(step["status"].String(), "stop");
-            EXPECT_EQ(step["assertion"]["description"].String(), c.description);
-            EXPECT_EQ(step["assertion"]["source"].String(),
-                      "device/common/platform_bundle/dependencies/" + c.source);
-            EXPECT_EQ(step["assertion"]["line"].Int(), c.line);
+            const Json& at = step["assertion"];
+            stops += step["status"].String() + " " + at["description"].String() + " at " +
+                     at["source"].String() + ":" + std::to_string(at["line"].Int()) + "\n";
         }
-        EXPECT_EQ(stops, 1);
+        EXPECT_EQ(stops, "stop " + c.description +
+                             " at device/common/platform_bundle/dependencies/" + c.source + ":" +
+                             std::to_string(c.line) + "\n");
     }
 }
 

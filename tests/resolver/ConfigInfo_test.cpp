@@ -56,11 +56,9 @@ void Expect(const std::string& what, const Files& files, const std::vector<std::
     orvex::test::ProcessResult run =
         orvex::test::RunProcess(orvex::test::CallerPath(), process, args,
                                 {{"ORVEX_DEVICE_ROOT", root.path()}, {"ORVEX_LOG", logPath}});
-    if (!expected.empty() && expected.back().priority == ANDROID_LOG_FATAL) {
-        EXPECT_EQ(SIGABRT, run.termSignal);
-    } else {
-        EXPECT_EQ(0, run.exitCode) << run.err;
-    }
+    const bool fatal = !expected.empty() && expected.back().priority == ANDROID_LOG_FATAL;
+    EXPECT_EQ(fatal ? SIGABRT : 0, run.termSignal) << run.err;
+    EXPECT_EQ(fatal ? -1 : 0, run.exitCode);
     EXPECT_EQ(out, run.out);
     std::vector<Entry> log;
     for (const Entry& e : orvex::test::WithoutRegistrations(orvex::test::ReadLogFile(logPath))) {
@@ -137,39 +135,46 @@ TEST(ConfigInfo, PerUserFileAbiAndReadingOnce) {
     // package's directory.
     const auto doc = [](const std::string& from) {
         return Document(
-            "<file><name>where</name><absolutepath>false</absolutepath><path>/x.xml"
-            "</path></file>",
+            "<file><name>where</name><absolutepath>false</absolutepath><path>/x.xml</path></file>",
             "", "<property><name>from</name><value>" + from + "</value></property>");
     };
     const std::string user = DataFilesDir("caller");
-    // clang-format off
-    Expect("own", {{kDeps, doc("system")}, {user + kDeps, doc("dcfiles")}}, {"where", "from"}, user + "/x.xml\ndcfiles\n");
-    Expect("sub-process", {{kDeps, doc("system")}, {user + kDeps, doc("dcfiles")}}, {"where", "from"}, user + "/x.xml\ndcfiles\n", {}, "caller:remote");
-    Expect("other's", {{kDeps, doc("system")}, {DataFilesDir("other") + kDeps, doc("dcfiles")}}, {"where", "from"}, "/x.xml\nsystem\n");
+    const Files own = {{kDeps, doc("system")}, {user + kDeps, doc("dcfiles")}};
+    Expect("own", own, {"where", "from"}, user + "/x.xml\ndcfiles\n");
+    Expect("sub-process", own, {"where", "from"}, user + "/x.xml\ndcfiles\n", {}, "caller:remote");
+    Expect("other's", {{kDeps, doc("system")}, {DataFilesDir("other") + kDeps, doc("dcfiles")}},
+           {"where", "from"}, "/x.xml\nsystem\n");
     Expect("none", {{kDeps, doc("system")}}, {"where", "from"}, "/x.xml\nsystem\n");
-    const std::string binaries = Document("",
-        "<binary><name>abs</name><absolutepath>true</absolutepath><libname>libfoo.so</libname></binary>"
-        "<binary><name>rel</name><absolutepath>false</absolutepath><libname>libfoo.so</libname></binary>");
-    for (const auto& abi : std::vector<std::array<std::string, 3>>{  // abi, library directories
-             {"arm64-v8a", "lib64", "arm64-v8a"}, {"x86_64", "lib64", "x86_64"}, {"armeabi-v7a", "lib", "armeabi-v7a"},
-             {"x86", "lib", "x86"}, {"riscv64", "", "riscv64"}, {"", "", ""}}) {
-        Expect("abi " + abi[0], {{kBuildProp, abi[0].empty() ? "" : "ro.product.cpu.abi=" + abi[0] + "\n"}, {kDeps, binaries}},
-               {"abs", "rel"}, "/system/" + abi[1] + "/libfoo.so\n/system/libs/" + abi[2] + "/libfoo.so\n");
+
+    const std::string binaries = Document(
+        "",
+        "<binary><name>abs</name><absolutepath>true</absolutepath><libname>libfoo.so</libname>"
+        "</binary><binary><name>rel</name><absolutepath>false</absolutepath><libname>libfoo.so"
+        "</libname></binary>");
+    for (const auto& abi : std::vector<std::pair<std::string, std::string>>{{"arm64-v8a", "lib64"},
+                                                                            {"x86_64", "lib64"},
+                                                                            {"armeabi-v7a", "lib"},
+                                                                            {"x86", "lib"},
+                                                                            {"riscv64", ""},
+                                                                            {"", ""}}) {
+        const std::string prop = abi.first.empty() ? "" : "ro.product.cpu.abi=" + abi.first + "\n";
+        Expect("abi " + abi.first, {{kBuildProp, prop}, {kDeps, binaries}}, {"abs", "rel"},
+               "/system/" + abi.second + "/libfoo.so\n/system/libs/" + abi.first + "/libfoo.so\n");
     }
     // Once the table is filled the file may go: a second read would end the process.
-    Expect("read once", {{kBuildProp, "late.prop=first\n"}, {kDeps, Document("<file><name>a</name><path>/a</path></file><file><name>b</name><path>/b</path></file>")}},
+    Expect("read once",
+           {{kBuildProp, "late.prop=first\n"},
+            {kDeps, Document("<file><name>a</name><path>/a</path></file><file><name>b</name>"
+                             "<path>/b</path></file>")}},
            {"a", kDeps, "b", "late.prop"}, "/a\n/b\nfirst\n");
-    // clang-format on
 }
 
 TEST(ConfigInfo, BrokenFileOrTooLongTextEndsTheProcess) {
     // An empty error stands for the parser's own text.
     const auto broken = [](const char* file, const std::string& error,
                            const std::string& description, int line) {
-        Files files;
-        if (file) files.push_back({kDeps, file});
-        Expect(description, files, {"anything"}, "",
-               {{ANDROID_LOG_ERROR, kTag, error},
+        Expect(description, file ? Files{{kDeps, file}} : Files{}, {"anything"}, "",
+               {{ANDROID_LOG_ERROR, kTag, error.empty() ? "" : kHead + error},
                 {ANDROID_LOG_FATAL, kAssertTag,
                  "This is not my fault, Something else has malfunctioned - Sincerly "
                  "ScanningService\n"},
@@ -179,31 +184,43 @@ TEST(ConfigInfo, BrokenFileOrTooLongTextEndsTheProcess) {
                      std::to_string(line) + " \n"}});
     };
     const std::string unloadable = "ConfigInfo : Unable to load ExternalDependencies XML file";
-    // clang-format off
+    const std::string noRoot = "Failed : No root element.",
+                      node = " node in ExternalDependencies XML";
     broken(nullptr, "", unloadable, 121);
     broken("<deps><files></deps>", "", unloadable, 121);
-    broken("<?xml version=\"1.0\"?>\n<!-- nothing -->\n", kHead + "Failed : No root element.", kHead + "Failed : No root element.", 130);
-    broken("<deps><binaries/><properties/></deps>", kHead + "No files node in ExternalDependencies XML", "ConfigInfo : No files node in ExternalDependencies XML", 138);
-    broken("<deps><properties/><files/></deps>", kHead + "No binaries node in ExternalDependencies XML", "ConfigInfo : No binaries node in ExternalDependencies XML", 146);
-    broken("<deps><files/><binaries/><Properties/></deps>", kHead + "No properties node in ExternalDependencies XML", "ConfigInfo : No properties node in ExternalDependencies XML", 154);
+    broken("<?xml version=\"1.0\"?>\n<!-- nothing -->\n", noRoot, kHead + noRoot, 130);
+    broken("<deps><binaries/><properties/></deps>", "No files" + node,
+           "ConfigInfo : No files" + node, 138);
+    broken("<deps><properties/><files/></deps>", "No binaries" + node,
+           "ConfigInfo : No binaries" + node, 146);
+    broken("<deps><files/><binaries/><Properties/></deps>", "No properties" + node,
+           "ConfigInfo : No properties" + node, 154);
 
-    const auto tooLong = [](const std::string& files, const std::string& properties, const std::string& line,
-                            const std::string& buildProp = "", const std::string& process = "caller") {
+    const auto tooLong = [](const std::string& files, const std::string& properties,
+                            const std::string& line, const std::string& buildProp = "",
+                            const std::string& process = "caller") {
         Expect(line, {{kBuildProp, buildProp}, {kDeps, Document(files, "", properties)}}, {"a"}, "",
                {{ANDROID_LOG_FATAL, kTag, "[Utils::FormatFixed] " + line + "\n"}}, process);
     };
-    const std::string name127(127, 'n'), process100(100, 'p');
-    tooLong("", "", "the data-files directory does not fit in 128 bytes (" + std::to_string(DataFilesDir(process100).size() + 1) + " needed)", "", process100);
-    Expect("fits", {{kDeps, Document("<file><name>" + name127 + "</name><path>/p</path></file>")}}, {name127}, "/p\n");
-    tooLong("<file><name>" + name127 + "n</name><path>/p</path></file>", "", "a dependency name does not fit in 128 bytes (129 needed)");
-    tooLong("<file><name>a</name><absolutepath>" + std::string(200, 't') + "</absolutepath><path>/p</path></file>", "",
-            "an absolutepath text does not fit in 128 bytes (201 needed)");
-    tooLong("<file><name>a</name><path>/" + std::string(255, 'x') + "</path></file>", "", "a file path does not fit in 256 bytes (257 needed)");
+    const std::string n127(127, 'n'), p100(100, 'p');
+    tooLong("", "",
+            "the data-files directory does not fit in 128 bytes (" +
+                std::to_string(DataFilesDir(p100).size() + 1) + " needed)",
+            "", p100);
+    Expect("fits", {{kDeps, Document("<file><name>" + n127 + "</name><path>/p</path></file>")}},
+           {n127}, "/p\n");
+    tooLong("<file><name>" + n127 + "n</name><path>/p</path></file>", "",
+            "a dependency name does not fit in 128 bytes (129 needed)");
+    tooLong("<file><name>a</name><absolutepath>" + std::string(200, 't') +
+                "</absolutepath><path>/p</path></file>",
+            "", "an absolutepath text does not fit in 128 bytes (201 needed)");
+    tooLong("<file><name>a</name><path>/" + std::string(255, 'x') + "</path></file>", "",
+            "a file path does not fit in 256 bytes (257 needed)");
     tooLong("", "<property><name>p</name><value>" + std::string(128, 'v') + "</value></property>",
             "a property value does not fit in 128 bytes (129 needed)");
-    tooLong("", "<property><name>p</name><value>short</value></property>", "a property value does not fit in 128 bytes (131 needed)",
+    tooLong("", "<property><name>p</name><value>short</value></property>",
+            "a property value does not fit in 128 bytes (131 needed)",
             "p=" + std::string(130, 'v') + "\n");
-    // clang-format on
 }
 
 }  // namespace
