@@ -135,8 +135,12 @@ TEST_F(HWTriggerTest, WithoutServiceAcquireFailsAndCommandsGiveTheirFixedAnswers
     EXPECT_FALSE(mModule->ResetPressedTrigger());
 }
 
-TEST_F(HWTriggerTest, RecordTypesChooseTheCallbackAndCommandsPassThrough) {
+TEST_F(HWTriggerTest, RecordsCommandsAndReleaseOfAConnection) {
     mSim.reset(new HardwareManagerSim);
+    // ThreadSanitizer starts a helper thread of its own with the first thread a process makes.
+    std::thread([] {}).join();
+    const size_t threads = CountEntries("/proc/self/task");
+    const size_t descriptors = CountEntries("/proc/self/fd");
     ASSERT_TRUE(mModule->Initialize(&mCallback));
     ASSERT_TRUE(mModule->AcquireHWTrigger());
     EXPECT_EQ(mSim->manager()->calls().Calls(), (Strings{"getTriggerInterface()"}));
@@ -176,6 +180,8 @@ TEST_F(HWTriggerTest, RecordTypesChooseTheCallbackAndCommandsPassThrough) {
         EXPECT_NE(id, std::this_thread::get_id());
     }
     EXPECT_FALSE(seen.onRpcThread);
+    // The reader thread and the service's writer.
+    EXPECT_EQ(CountEntries("/proc/self/task"), threads + 2);
 
     // Answers unlike those a module without connection gives.
     Answer([](FakeTrigger::Answers& a) {
@@ -191,43 +197,9 @@ TEST_F(HWTriggerTest, RecordTypesChooseTheCallbackAndCommandsPassThrough) {
               (Strings{"acquireTrigger()", "setKeyEventQueue(16)", "startTrigger()",
                        "stopTrigger()", "simulateTrigger(4294967295, 7)", "getPressedTrigger()",
                        "resetPressedTrigger()"}));
-    EXPECT_TRUE(mModule->ReleaseHWTrigger());
-}
 
-TEST_F(HWTriggerTest, RefusedAnswersOfTheService) {
-    // setKeyEventQueue false with a valid queue still connects.
-    mSim.reset(new HardwareManagerSim);
-    Answer([](FakeTrigger::Answers& a) { a.setKeyEventQueue = false; });
-    Connect();
-    ASSERT_TRUE(mSim->trigger()->Press(1, 8, 9));
-    EXPECT_EQ(mCallback.WaitFor(1).events, (Strings{"key 8 9"}));
-    EXPECT_TRUE(mModule->ReleaseHWTrigger());
-
-    // acquireTrigger false ends the acquire without a message, but the interface is held all
-    // the same, so commands reach the service.
-    mSim->Restart();
-    Answer([](FakeTrigger::Answers& a) { a.acquireTrigger = a.startTrigger = false; });
+    // Release joins the reader and leaves no thread or descriptor behind.
     mLog.Clear();
-    Connect(false);
-    EXPECT_EQ(mSim->trigger()->calls().Calls(), (Strings{"acquireTrigger()"}));
-    EXPECT_EQ(Logged(), (Strings{kAcquired}));
-    EXPECT_FALSE(mModule->StartTrigger());
-}
-
-TEST_F(HWTriggerTest, ReleaseJoinsTheReaderAndLeavesNoThreadOrDescriptorBehind) {
-    mSim.reset(new HardwareManagerSim);
-    // ThreadSanitizer starts a helper thread of its own with the first thread a process makes.
-    std::thread([] {}).join();
-    size_t threads = CountEntries("/proc/self/task");
-    size_t descriptors = CountEntries("/proc/self/fd");
-    Connect();
-    ASSERT_TRUE(mSim->trigger()->Press(1, 1, 1));
-    ASSERT_EQ(mCallback.WaitFor(1).events, (Strings{"key 1 1"}));
-    ASSERT_TRUE(mSim->trigger()->WaitIdle());
-    // The reader thread and the service's writer.
-    EXPECT_EQ(CountEntries("/proc/self/task"), threads + 2);
-    mLog.Clear();
-
     EXPECT_TRUE(mModule->ReleaseHWTrigger());
     Strings logged = Logged();
     if (logged.size() == 3 && logged[1] == kReaderExit) logged.erase(logged.begin() + 1);
@@ -236,15 +208,26 @@ TEST_F(HWTriggerTest, ReleaseJoinsTheReaderAndLeavesNoThreadOrDescriptorBehind) 
     EXPECT_EQ(mSim->trigger()->calls().Calls().back(), "releaseTrigger()");
     EXPECT_EQ(CountEntries("/proc/self/task"), threads);
     EXPECT_EQ(CountEntries("/proc/self/fd"), descriptors);
-
     // Acquiring again needs a fresh Initialize, and fetches the service anew.
     Connect();
     EXPECT_EQ(mSim->manager()->calls().Count("getTriggerInterface"), 2u);
     EXPECT_TRUE(mModule->ReleaseHWTrigger());
 }
 
+TEST_F(HWTriggerTest, AcquireTriggerRefusedEndsAcquireWithoutAMessage) {
+    // The interface is held all the same, so commands reach the service.
+    mSim.reset(new HardwareManagerSim);
+    Answer([](FakeTrigger::Answers& a) { a.acquireTrigger = a.startTrigger = false; });
+    Connect(false);
+    EXPECT_EQ(mSim->trigger()->calls().Calls(), (Strings{"acquireTrigger()"}));
+    EXPECT_EQ(Logged(), (Strings{kAcquired}));
+    EXPECT_FALSE(mModule->StartTrigger());
+}
+
 TEST_F(HWTriggerTest, ServiceDeathReconnectsWithANewReaderAndKeysFlowAgain) {
     mSim.reset(new HardwareManagerSim);
+    // setKeyEventQueue false with a valid queue still connects.
+    Answer([](FakeTrigger::Answers& a) { a.setKeyEventQueue = false; });
     Connect();
     ASSERT_TRUE(mSim->trigger()->Press(1, 1, 1));
     ASSERT_EQ(mCallback.WaitFor(1).events, (Strings{"key 1 1"}));
