@@ -23,17 +23,17 @@ inline std::string FrontCamera(const std::string& name, const std::string& index
     return Camera(name, "1", index, model, "front-camera-scanner");
 }
 
+inline std::string External(const std::string& name, const std::string& supported,
+                            const std::string& index, const std::string& model) {
+    return Camera(name, supported, index, model, "external-scanner");
+}
+
 inline std::string Builtin(const std::string& id, const std::string& supported,
                            const std::string& name, const std::string& index,
                            const std::string& model) {
     return Element("builtin-scanner", Element("id", id) + Element("supported", supported) +
                                           Element("name", name) + Element("index", index) +
                                           Element("model", model));
-}
-
-inline std::string External(const std::string& name, const std::string& supported,
-                            const std::string& index, const std::string& model) {
-    return Camera(name, supported, index, model, "external-scanner");
 }
 
 // A product's amendment of the built-in scanner.
@@ -49,11 +49,15 @@ inline std::string Product(const std::string& platform, const std::string& model
     return Element(platform, Element(model, body));
 }
 
-// A whole file with one release element.
+// One release element; List() is a whole file with one release.
+inline std::string Release(const std::string& defaults, const std::string& platforms,
+                           const std::string& release = "Android_13") {
+    return Element(release, Element("default", defaults) + Element("platform", platforms));
+}
+
 inline std::string List(const std::string& defaults, const std::string& platforms,
                         const std::string& release = "Android_13") {
-    return "<?xml version=\"1.0\"?>\n<ScannerList>" +
-           Element(release, Element("default", defaults) + Element("platform", platforms)) +
+    return "<?xml version=\"1.0\"?>\n<ScannerList>" + Release(defaults, platforms, release) +
            "</ScannerList>\n";
 }
 

@@ -6,13 +6,14 @@
 //   ORVEX_PLATFORM_LIB   the library to load (default: the build's lib/libplatform.orvex.so)
 //
 //   deviceinfo_caller CMD...   one or more of:
+//     OP [ARG]                call one DeviceInfo or SupportedScannerInfo operation, print its
+//                             answer (strings in brackets)
 //     cameras                 install the camera service from the device root's camera list
 //     setprop NAME VALUE      change a system property of this process
-//     info OP [ARG]           call one DeviceInfo operation and print its answer
 //     scanners                print the scanner list: "count N", then "I<TAB>NAME<TAB>MODEL"
-//     scanner OP [ARG]        call one SupportedScannerInfo operation and print its answer
 //     scanners-catch          as scanners, printing "exception TYPE: WHAT" for an exception
-//     same                    print "same" when both builder operations answer one object
+//     same                    print "same" when both builder operations and ImagerInfoUtils
+//                             answer one object each
 //     race N                  N threads make the first builder calls together; print "same"
 //                             when all of them got the same objects
 //     imager OP               call ImagerInfoUtils' GetImagerID or GetImagerInterfaceType
@@ -29,11 +30,10 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
+#include <future>
 #include <stdexcept>
 #include <string>
-#include <thread>
+#include <utility>
 #include <vector>
 
 #include "orvex/camera_service.h"
@@ -50,7 +50,7 @@ enum PlatformModuleTag : int {};
 
 // DeviceInfo, slot by slot.
 class DeviceInfoView {
-public:
+  public:
     virtual bool IsRearCameraAvaialable() = 0;
     virtual bool IsFrontCameraAvaialable() = 0;
     virtual std::string GetPlatformName() = 0;
@@ -75,7 +75,7 @@ public:
 
 // SupportedScannerInfo, slot by slot: the destructor comes before IsScannerListAvailable.
 class SupportedScannerInfoView {
-public:
+  public:
     virtual bool IsScannerAvailable(std::string name) = 0;
     virtual std::string GetScannerNameAt(int index) = 0;
     virtual int GetNumberOfSupportedScanners() = 0;
@@ -87,7 +87,7 @@ public:
 };
 
 class ImagerInfoUtilsView {
-public:
+  public:
     virtual std::string GetImagerID() = 0;
     virtual int GetImagerInterfaceType() = 0;
     virtual ~ImagerInfoUtilsView() {}
@@ -95,7 +95,7 @@ public:
 
 // The hardware-info module (tag 12), slot by slot.
 class HWInfoModuleView {
-public:
+  public:
     virtual ~HWInfoModuleView() {}
     virtual bool IsSupported() = 0;
     virtual const char* GetModuleName() = 0;
@@ -111,103 +111,77 @@ typedef DeviceInfo* (*GetDeviceInfoFunc)();
 typedef SupportedScannerInfo* (*GetScannerInfoFunc)();
 typedef ImagerInfoUtils* (*GetImagerInfoFunc)();
 
-template <typename View, typename Exported>
-View* As(Exported* object) {
-    return reinterpret_cast<View*>(object);
-}
-
 void* gLibrary = nullptr;
 
-void* Symbol(const char* name) {
+template <typename Func>
+Func Symbol(const char* name) {
     void* symbol = dlsym(gLibrary, name);
     if (symbol == nullptr) {
         fprintf(stderr, "missing export %s\n", name);
         exit(3);
     }
-    return symbol;
+    return reinterpret_cast<Func>(symbol);
 }
 
 GetDeviceInfoFunc DeviceInfoFunc() {
-    return reinterpret_cast<GetDeviceInfoFunc>(
-        Symbol("_ZN3odk17DeviceInfoBuilder21GetDeviceInfoInstanceEv"));
+    return Symbol<GetDeviceInfoFunc>("_ZN3odk17DeviceInfoBuilder21GetDeviceInfoInstanceEv");
 }
 
 GetScannerInfoFunc ScannerInfoFunc() {
-    return reinterpret_cast<GetScannerInfoFunc>(
-        Symbol("_ZN3odk17DeviceInfoBuilder31GetSupportedScannerInfoInstanceEv"));
+    return Symbol<GetScannerInfoFunc>(
+        "_ZN3odk17DeviceInfoBuilder31GetSupportedScannerInfoInstanceEv");
 }
 
-DeviceInfoView* Info() { return As<DeviceInfoView>(DeviceInfoFunc()()); }
+DeviceInfoView* Info() { return reinterpret_cast<DeviceInfoView*>(DeviceInfoFunc()()); }
 
-SupportedScannerInfoView* Scanners() { return As<SupportedScannerInfoView>(ScannerInfoFunc()()); }
+SupportedScannerInfoView* Scanners() {
+    return reinterpret_cast<SupportedScannerInfoView*>(ScannerInfoFunc()());
+}
+
+ImagerInfoUtilsView* Imager() {
+    return reinterpret_cast<ImagerInfoUtilsView*>(
+        Symbol<GetImagerInfoFunc>("_ZN15ImagerInfoUtils21getImagerInfoInstanceEv")());
+}
 
 const char* Bool(bool value) { return value ? "true" : "false"; }
 
-// Runs one DeviceInfo operation; false for an unknown name.
-bool CallInfo(const std::string& op, const std::string& arg) {
-    DeviceInfoView* info = Info();
-    if (op == "IsRearCameraAvaialable")
-        printf("%s\n", Bool(info->IsRearCameraAvaialable()));
-    else if (op == "IsFrontCameraAvaialable")
-        printf("%s\n", Bool(info->IsFrontCameraAvaialable()));
-    else if (op == "GetPlatformName")
-        printf("%s\n", info->GetPlatformName().c_str());
-    else if (op == "GetProductName")
-        printf("%s\n", info->GetProductName().c_str());
-    else if (op == "GetProductModel")
-        printf("%s\n", info->GetProductModel().c_str());
-    else if (op == "GetProductSKU")
-        printf("%s\n", info->GetProductSKU().c_str());
-    else if (op == "GetManufacturerName")
-        printf("%s\n", info->GetManufacturerName().c_str());
-    else if (op == "GetAndroidVersion")
-        printf("%s\n", info->GetAndroidVersion().c_str());
-    else if (op == "GetABI")
-        printf("%s\n", info->GetABI().c_str());
-    else if (op == "GetScannerBeepVolume")
-        printf("%d\n", info->GetScannerBeepVolume());
-    else if (op == "GetScannerAudioAPI")
-        printf("%d\n", info->GetScannerAudioAPI());
-    else if (op == "CheckExternalHeadset")
-        printf("%d\n", info->CheckExternalHeadset());
-    else if (op == "GetConfigPath")
-        printf("[%s]\n", info->GetConfigPath(arg).c_str());
-    else if (op == "GetScanner")
-        printf("%d\n", info->GetScanner());
-    else if (op == "GetDeviceDecryptionStatus")
-        printf("[%s]\n", info->GetDeviceDecryptionStatus().c_str());
-    else if (op == "GetImagerInterfaceType")
-        printf("%d\n", info->GetImagerInterfaceType());
-    else if (op == "GetPlatformVersion")
-        printf("%d\n", info->GetPlatformVersion());
-    else if (op == "isDeviceFederalSKU1")
-        printf("%s\n", Bool(info->isDeviceFederalSKU1()));
-    else if (op == "isDeviceFederalSKU2")
-        printf("%s\n", Bool(info->isDeviceFederalSKU2()));
-    else
-        return false;
-    return true;
-}
+// Each prints the answer and gives how many arguments the operation took.
+int Print(bool value) { return printf("%s\n", Bool(value)), 0; }
+int Print(int value) { return printf("%d\n", value), 0; }
+int Print(const std::string& value) { return printf("[%s]\n", value.c_str()), 0; }
 
-bool CallScanner(const std::string& op, const std::string& arg) {
-    SupportedScannerInfoView* scanners = Scanners();
-    if (op == "IsScannerAvailable")
-        printf("%s\n", Bool(scanners->IsScannerAvailable(arg)));
-    else if (op == "GetScannerNameAt")
-        printf("[%s]\n", scanners->GetScannerNameAt(atoi(arg.c_str())).c_str());
-    else if (op == "GetNumberOfSupportedScanners")
-        printf("%d\n", scanners->GetNumberOfSupportedScanners());
-    else if (op == "GetInBuiltScannerModel")
-        printf("[%s]\n", scanners->GetInBuiltScannerModel().c_str());
-    else if (op == "GetScannerModelNameAt")
-        printf("[%s]\n", scanners->GetScannerModelNameAt(atoi(arg.c_str())).c_str());
-    else if (op == "IsMirroredAndFlipped")
-        printf("%d\n", scanners->IsMirroredAndFlipped());
-    else if (op == "IsScannerListAvailable")
-        printf("%s\n", Bool(scanners->IsScannerListAvailable()));
-    else
-        return false;
-    return true;
+// Runs one DeviceInfo or SupportedScannerInfo operation; -1 for an unknown name.
+int Call(const std::string& op, const std::string& arg) {
+    if (op == "IsRearCameraAvaialable") return Print(Info()->IsRearCameraAvaialable());
+    if (op == "IsFrontCameraAvaialable") return Print(Info()->IsFrontCameraAvaialable());
+    if (op == "GetPlatformName") return Print(Info()->GetPlatformName());
+    if (op == "GetProductName") return Print(Info()->GetProductName());
+    if (op == "GetProductModel") return Print(Info()->GetProductModel());
+    if (op == "GetProductSKU") return Print(Info()->GetProductSKU());
+    if (op == "GetManufacturerName") return Print(Info()->GetManufacturerName());
+    if (op == "GetAndroidVersion") return Print(Info()->GetAndroidVersion());
+    if (op == "GetABI") return Print(Info()->GetABI());
+    if (op == "GetScannerBeepVolume") return Print(Info()->GetScannerBeepVolume());
+    if (op == "GetScannerAudioAPI") return Print(Info()->GetScannerAudioAPI());
+    if (op == "CheckExternalHeadset") return Print(Info()->CheckExternalHeadset());
+    if (op == "GetConfigPath") return Print(Info()->GetConfigPath(arg)) + 1;
+    if (op == "GetScanner") return Print(Info()->GetScanner());
+    if (op == "GetDeviceDecryptionStatus") return Print(Info()->GetDeviceDecryptionStatus());
+    if (op == "GetImagerInterfaceType") return Print(Info()->GetImagerInterfaceType());
+    if (op == "GetPlatformVersion") return Print(Info()->GetPlatformVersion());
+    if (op == "isDeviceFederalSKU1") return Print(Info()->isDeviceFederalSKU1());
+    if (op == "isDeviceFederalSKU2") return Print(Info()->isDeviceFederalSKU2());
+    const int index = atoi(arg.c_str());
+    if (op == "IsScannerAvailable") return Print(Scanners()->IsScannerAvailable(arg)) + 1;
+    if (op == "GetScannerNameAt") return Print(Scanners()->GetScannerNameAt(index)) + 1;
+    if (op == "GetNumberOfSupportedScanners") {
+        return Print(Scanners()->GetNumberOfSupportedScanners());
+    }
+    if (op == "GetInBuiltScannerModel") return Print(Scanners()->GetInBuiltScannerModel());
+    if (op == "GetScannerModelNameAt") return Print(Scanners()->GetScannerModelNameAt(index)) + 1;
+    if (op == "IsMirroredAndFlipped") return Print(Scanners()->IsMirroredAndFlipped());
+    if (op == "IsScannerListAvailable") return Print(Scanners()->IsScannerListAvailable());
+    return -1;
 }
 
 void PrintScanners(SupportedScannerInfoView* scanners) {
@@ -222,43 +196,96 @@ void PrintScanners(SupportedScannerInfoView* scanners) {
 // Starts `threads` threads that wait for one signal, then make the first builder calls
 // together. Waits are bounded so that a deadlock fails the run instead of hanging it.
 bool Race(int threads) {
-    std::mutex mutex;
-    std::condition_variable cv;
-    bool go = false;
-    int done = 0;
-    std::vector<void*> infos(threads), scanners(threads);
+    std::promise<void> start;
+    std::shared_future<void> go = start.get_future().share();
     GetScannerInfoFunc getScanners = ScannerInfoFunc();
     GetDeviceInfoFunc getInfo = DeviceInfoFunc();
-    std::vector<std::thread> pool;
+    std::vector<std::future<std::pair<void*, void*>>> results;
     for (int i = 0; i < threads; ++i) {
-        pool.emplace_back([&, i] {
-            {
-                std::unique_lock<std::mutex> lock(mutex);
-                cv.wait_for(lock, std::chrono::seconds(30), [&] { return go; });
-            }
+        results.push_back(std::async(std::launch::async, [=] {
+            go.wait_for(std::chrono::seconds(30));
             // Odd threads ask for the scanner list first, even ones for the device facts.
-            if (i % 2 == 1) scanners[i] = getScanners();
-            infos[i] = getInfo();
-            if (i % 2 == 0) scanners[i] = getScanners();
-            std::lock_guard<std::mutex> lock(mutex);
-            ++done;
-            cv.notify_all();
-        });
+            void* scanners = i % 2 == 1 ? getScanners() : nullptr;
+            void* info = getInfo();
+            return std::make_pair(info, i % 2 == 0 ? getScanners() : scanners);
+        }));
     }
-    {
-        std::unique_lock<std::mutex> lock(mutex);
-        go = true;
-        cv.notify_all();
-        if (!cv.wait_for(lock, std::chrono::seconds(60), [&] { return done == threads; })) {
+    start.set_value();
+    std::vector<std::pair<void*, void*>> got;
+    for (auto& result : results) {
+        if (result.wait_for(std::chrono::seconds(60)) != std::future_status::ready) {
             fprintf(stderr, "race: threads did not finish\n");
             _exit(4);
         }
+        got.push_back(result.get());
     }
-    for (std::thread& t : pool) t.join();
-    for (int i = 1; i < threads; ++i) {
-        if (infos[i] != infos[0] || scanners[i] != scanners[0]) return false;
+    for (const auto& pair : got) {
+        if (pair != got[0]) return false;
     }
-    return infos[0] != nullptr && scanners[0] != nullptr;
+    return got[0].first != nullptr && got[0].second != nullptr;
+}
+
+// Runs one command of the caller's own; -1 for an unknown one.
+int Command(const std::string& cmd, const std::string& next, const std::string& after) {
+    if (cmd == "cameras") {
+        if (orvex::camera::LoadProfileCameras()) return 0;
+        fprintf(stderr, "no camera list\n");
+        exit(2);
+    }
+    if (cmd == "setprop") return orvex::properties::Set(next, after), 2;
+    if (cmd == "scanners") return PrintScanners(Scanners()), 0;
+    if (cmd == "scanners-catch") {
+        try {
+            PrintScanners(Scanners());
+        } catch (const std::invalid_argument& e) {
+            printf("exception invalid_argument: %s\n", e.what());
+        } catch (const std::out_of_range& e) {
+            printf("exception out_of_range: %s\n", e.what());
+        }
+        return 0;
+    }
+    if (cmd == "same") {
+        bool same = Info() == Info() && Scanners() == Scanners() && Imager() == Imager();
+        return printf("%s\n", same ? "same" : "different"), 0;
+    }
+    if (cmd == "race") return printf("%s\n", Race(atoi(next.c_str())) ? "same" : "different"), 1;
+    if (cmd == "imager" && next == "GetImagerID") return Print(Imager()->GetImagerID()) + 1;
+    if (cmd == "imager" && next == "GetImagerInterfaceType") {
+        return Print(Imager()->GetImagerInterfaceType()) + 1;
+    }
+    if (cmd == "hwinfo" || cmd == "hwinfo-named") {
+        const PlatformModuleTag tag = static_cast<PlatformModuleTag>(12);
+        IPlatformModule* module;
+        if (cmd == "hwinfo") {
+            module =
+                Symbol<IPlatformModule* (*)(PlatformModuleTag)>("GetAbstractedPlatformModule")(tag);
+            HWInfoModuleView* hwInfo = reinterpret_cast<HWInfoModuleView*>(module);
+            if (hwInfo != nullptr) {
+                const char* name = hwInfo->GetModuleName();
+                printf("%s %s %s\n", name, Bool(hwInfo->isDeviceFederalSku1()),
+                       Bool(hwInfo->isDeviceFederalSku2()));
+            }
+        } else {
+            module = Symbol<IPlatformModule* (*)(PlatformModuleTag, const char*)>(
+                "GetPlatformModule")(tag, next.c_str());
+            if (module != nullptr) printf("module\n");
+        }
+        if (module == nullptr) printf("null\n");
+        Symbol<void (*)(IPlatformModule*)>("DeletePlatformModule")(module);
+        return cmd == "hwinfo" ? 0 : 1;
+    }
+    if (cmd == "imagerclient-loaded") {
+        void* handle = dlopen("libimagerclient.so", RTLD_LAZY | RTLD_NOLOAD);
+        printf("%s\n", handle != nullptr ? "loaded" : "unloaded");
+        if (handle != nullptr) dlclose(handle);
+        return 0;
+    }
+    if (cmd == "camera-calls") {
+        for (const std::string& call : orvex::camera::Calls()) printf("%s\n", call.c_str());
+        return 0;
+    }
+    if (cmd == "idlists") return printf("%d\n", orvex::camera::OutstandingIdLists()), 0;
+    return -1;
 }
 
 }  // namespace
@@ -272,97 +299,15 @@ int main(int argc, char** argv) {
         return 3;
     }
     for (int i = 1; i < argc; ++i) {
-        std::string cmd = argv[i];
         std::string next = i + 1 < argc ? argv[i + 1] : "";
         std::string after = i + 2 < argc ? argv[i + 2] : "";
-        if (cmd == "cameras") {
-            if (!orvex::camera::LoadProfileCameras()) {
-                fprintf(stderr, "no camera list\n");
-                return 2;
-            }
-        } else if (cmd == "setprop" && i + 2 < argc) {
-            orvex::properties::Set(next, after);
-            i += 2;
-        } else if (cmd == "info" && !next.empty()) {
-            bool takesArg = next == "GetConfigPath";
-            if (!CallInfo(next, after)) {
-                fprintf(stderr, "bad operation %s\n", next.c_str());
-                return 2;
-            }
-            i += takesArg ? 2 : 1;
-        } else if (cmd == "scanner" && !next.empty()) {
-            bool takesArg = next == "IsScannerAvailable" || next == "GetScannerNameAt" ||
-                            next == "GetScannerModelNameAt";
-            if (!CallScanner(next, after)) {
-                fprintf(stderr, "bad operation %s\n", next.c_str());
-                return 2;
-            }
-            i += takesArg ? 2 : 1;
-        } else if (cmd == "scanners") {
-            PrintScanners(Scanners());
-        } else if (cmd == "scanners-catch") {
-            try {
-                PrintScanners(Scanners());
-            } catch (const std::invalid_argument& e) {
-                printf("exception invalid_argument: %s\n", e.what());
-            } catch (const std::out_of_range& e) {
-                printf("exception out_of_range: %s\n", e.what());
-            }
-        } else if (cmd == "same") {
-            bool same = Info() == Info() && Scanners() == Scanners();
-            printf("%s\n", same ? "same" : "different");
-        } else if (cmd == "race" && !next.empty()) {
-            printf("%s\n", Race(atoi(next.c_str())) ? "same" : "different");
-            ++i;
-        } else if (cmd == "imager" && !next.empty()) {
-            ImagerInfoUtilsView* imager =
-                As<ImagerInfoUtilsView>(reinterpret_cast<GetImagerInfoFunc>(
-                    Symbol("_ZN15ImagerInfoUtils21getImagerInfoInstanceEv"))());
-            if (next == "GetImagerID") {
-                printf("[%s]\n", imager->GetImagerID().c_str());
-            } else if (next == "GetImagerInterfaceType") {
-                printf("%d\n", imager->GetImagerInterfaceType());
-            } else if (next == "instance") {
-                printf("%p\n", static_cast<void*>(imager));
-            } else {
-                fprintf(stderr, "bad operation %s\n", next.c_str());
-                return 2;
-            }
-            ++i;
-        } else if (cmd == "hwinfo" || (cmd == "hwinfo-named" && !next.empty())) {
-            const PlatformModuleTag tag = static_cast<PlatformModuleTag>(12);
-            IPlatformModule* module;
-            if (cmd == "hwinfo") {
-                module = reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag)>(
-                    Symbol("GetAbstractedPlatformModule"))(tag);
-            } else {
-                module = reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag, const char*)>(
-                    Symbol("GetPlatformModule"))(tag, next.c_str());
-                ++i;
-            }
-            if (module == nullptr) {
-                printf("null\n");
-            } else if (cmd == "hwinfo") {
-                HWInfoModuleView* hwInfo = As<HWInfoModuleView>(module);
-                const char* name = hwInfo->GetModuleName();
-                printf("%s %s %s\n", name, Bool(hwInfo->isDeviceFederalSku1()),
-                       Bool(hwInfo->isDeviceFederalSku2()));
-            } else {
-                printf("module\n");
-            }
-            reinterpret_cast<void (*)(IPlatformModule*)>(Symbol("DeletePlatformModule"))(module);
-        } else if (cmd == "imagerclient-loaded") {
-            void* handle = dlopen("libimagerclient.so", RTLD_LAZY | RTLD_NOLOAD);
-            printf("%s\n", handle != nullptr ? "loaded" : "unloaded");
-            if (handle != nullptr) dlclose(handle);
-        } else if (cmd == "camera-calls") {
-            for (const std::string& call : orvex::camera::Calls()) printf("%s\n", call.c_str());
-        } else if (cmd == "idlists") {
-            printf("%d\n", orvex::camera::OutstandingIdLists());
-        } else {
-            fprintf(stderr, "bad command %s\n", cmd.c_str());
+        int used = Command(argv[i], next, after);
+        if (used < 0) used = Call(argv[i], next);
+        if (used < 0) {
+            fprintf(stderr, "bad command %s\n", argv[i]);
             return 2;
         }
+        i += used;
         fflush(stdout);
     }
     return 0;
