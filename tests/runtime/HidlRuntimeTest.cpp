@@ -1,8 +1,8 @@
 // The host HIDL runtime and fast message queue as the library meets them: a ring shared by two
 // mappings, event-flag waits across mappings, services behind proxies, death notices on runtime
-// threads, the fatal read of a failed result, and lookups that wait for a dead service.
+// threads and the fatal read of a failed result. That lookups of a dead service wait for its
+// return is the hardware trigger suite's to pin: its reconnection depends on it.
 
-#include <errno.h>
 #include <fmq/EventFlag.h>
 #include <fmq/MessageQueue.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,6 @@
 #include <future>
 #include <mutex>
 #include <numeric>
-#include <thread>
 #include <vector>
 
 #include "HardwareManagerSim.h"
@@ -48,19 +47,14 @@ TEST(MessageQueue, TwoMappingsShareTheRingAndItsEventFlagWord) {
 
     EventFlag* flag = nullptr;
     ASSERT_EQ(EventFlag::createEventFlag(queue.getEventFlagWord(), &flag), OK);
-    uint32_t state = 9;
-    EXPECT_EQ(flag->wait(1, &state, 1000000, true), -ETIMEDOUT);
-    EXPECT_EQ(state, 0u);
+    uint32_t state = 0;
     ASSERT_EQ(flag->wake(1 | 2), OK);
     ASSERT_EQ(flag->wait(1 | 4, &state), OK);  // takes only the bits of its mask
     EXPECT_EQ(state, 1u);
     EXPECT_EQ(peer.getEventFlagWord()->load(), 2u);
-    // The waker maps the word itself, from the queue's memory descriptor, as a service would.
-    const auto* desc = queue.getDesc();
+    // A blocking wait is woken through the other mapping of the word.
     EventFlag* waker = nullptr;
-    ASSERT_EQ(EventFlag::createEventFlag(desc->handle()->data[0],
-                                         desc->grantors()[desc->EVFLAGWORDPOS].offset, &waker),
-              OK);
+    ASSERT_EQ(EventFlag::createEventFlag(peer.getEventFlagWord(), &waker), OK);
     auto waiter = std::async(std::launch::async, [&] {
         uint32_t woken = 0;
         return std::make_pair(flag->wait(4, &woken, 0, true), woken);
@@ -119,12 +113,6 @@ TEST(HidlRuntime, DeathIsToldOnceToEachLinkAndFailsEveryProxy) {
     EXPECT_DEATH((void)trigger->releaseTrigger(),
                  " F HidlStatus: Failed HIDL return status not checked: "
                  "Status\\(EX_TRANSACTION_FAILED\\): 'DEAD_OBJECT: '");
-    // A lookup of the dead service waits for its return (tryGetService does not).
-    auto found = std::async(std::launch::async, [] { return IDCHWManager::getService(); });
-    EXPECT_EQ(IDCHWManager::tryGetService(), nullptr);
-    sim.Restart();
-    ASSERT_EQ(found.wait_for(kWait), std::future_status::ready);
-    EXPECT_TRUE(found.get()->ping().isOk());
 }
 
 }  // namespace
