@@ -2,16 +2,10 @@
 // instance gets a fresh imager with its control and adapter.
 #pragma once
 
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "FakeImager.h"
 #include "FakeImagerAdapter.h"
 #include "FakeImagerControl.h"
 #include "HardwareManagerSim.h"
-#include "orvex/log_capture.h"
 
 namespace orvex {
 namespace test {
