@@ -13,10 +13,7 @@
 
 namespace {
 
-using feedback_test::Debug;
-using feedback_test::Entry;
-using feedback_test::Error;
-using feedback_test::Info;
+using namespace feedback_test;
 using orvex::hostlog::ScopedCapture;
 using orvex::sim::FakePlugableDeviceNotifier;
 using Calls = std::vector<std::string>;
