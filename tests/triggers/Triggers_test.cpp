@@ -54,8 +54,7 @@ std::string NoEntry(const std::string& model, const std::string& sku) {
 }
 
 struct Case {
-    const char* what;
-    std::string model, sku, file;  // model empty: the device profile named by `file`
+    std::string what, model, sku, file;
     Strings args;
     std::string out;
     std::string log;  // the library's lines after its "Product model" line; "?": not checked
@@ -66,10 +65,7 @@ struct Case {
 std::pair<std::string, std::string> RunCase(const Case& c) {
     DeviceRoot root;
     root.AddFile("/system/build.prop",
-                 "ro.board.platform=lahaina\nro.product.name=test\nro.product.model=" + c.model +
-                     "\nro.product.device=" + c.sku +
-                     "\nro.product.manufacturer=Tevrin\nro.build.version.release=13\n"
-                     "ro.product.cpu.abi=x86_64\n");
+                 "ro.product.model=" + c.model + "\nro.product.device=" + c.sku + "\n");
     root.AddFile("/system/etc/scanner/ExternalDependencies.xml",
                  "<?xml version=\"1.0\"?>\n<deps>\n<files><file><name>scannerresourceconfig</name>"
                  "<absolutepath>true</absolutepath><path>" +
@@ -82,12 +78,10 @@ std::pair<std::string, std::string> RunCase(const Case& c) {
                          root.HostPath("/system/lib64/libplatform.orvex.so").c_str()));
     if (!c.file.empty()) root.AddFile(kResourcePath, c.file);
     root.SetLogLevel("1");
-    const std::string deviceRoot =
-        c.model.empty() ? ORVEX_BUILD_DIR "/sim/profiles/" + c.file : root.path();
     const std::string logPath = root.path() + "/caller.log";
     ProcessResult process =
         RunProcess(ORVEX_BUILD_DIR "/bin/triggers_caller", "triggers_caller", c.args,
-                   {{"ORVEX_DEVICE_ROOT", deviceRoot}, {"ORVEX_LOG", logPath}});
+                   {{"ORVEX_DEVICE_ROOT", root.path()}, {"ORVEX_LOG", logPath}});
     EXPECT_EQ(0, process.exitCode) << process.err;
     std::string log;
     for (const orvex::hostlog::Entry& e :
@@ -149,7 +143,7 @@ TEST(Triggers, InitReadsTheKeysOfTheDeviceOrFallsBackOrFails) {
         {"no entry for the SKU", "HX2105x", "HX2105A",
          File("<HX2105x><HX2105B><Key/></HX2105B></HX2105x>"), kRun, kFailed,
          NoEntry("HX2105x", "HX2105A")},
-        {"a second Init appends; callers may change the list before Deinit",
+        {"Init appends; callers change the list",
          "TR52",
          "TR52HC",
          File("<TR52><Key><KeyCode>10</KeyCode><friendlyname>A</friendlyname></Key></TR52>"),
@@ -162,17 +156,12 @@ TEST(Triggers, InitReadsTheKeysOfTheDeviceOrFallsBackOrFails) {
     };
     // On the model without imager (engine identifier zero or not a number, or no manager at
     // all: "-") the centre key becomes the key mapper.
-    for (auto idKept : std::vector<std::pair<const char*, bool>>{{"0", false},
-                                                                 {"000", false},
-                                                                 {"", false},
-                                                                 {"1a", false},
-                                                                 {"-", false},
-                                                                 {"1", true},
-                                                                 {"010", true}}) {
-        Strings args = {"--engine", idKept.first, "init", "list", "deinit"};
-        if (std::string(idKept.first) == "-") args = {"--no-manager", "init", "list", "deinit"};
-        cases.push_back({idKept.first, "QT7BW", "QT7BWA", File(kQt), args,
-                         idKept.second ? kKept : kRelabelled, idKept.second ? "" : kNoImager});
+    for (std::string id : {"0", "000", "", "1a", "-", "1", "010"}) {
+        const bool kept = id == "1" || id == "010";
+        Strings args = {"--engine", id, "init", "list", "deinit"};
+        if (id == "-") args = {"--no-manager", "init", "list", "deinit"};
+        cases.push_back({"engine " + id, "QT7BW", "QT7BWA", File(kQt), args,
+                         kept ? kKept : kRelabelled, kept ? "" : kNoImager});
     }
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
