@@ -353,8 +353,11 @@ TEST(DeviceInfoBuilder, GathersTheFactsInOrderBuildsOneListAndEndsTheProcessOnAB
     const std::string a13 =
         "I [DeviceInfo::GetSupportedScannerInstance] android version is Android_13\n";
     const std::string gathered = "GetSupportedScannerInstance\\]", list = "list=" + kList;
+    const std::string h = "[XMLParserUtil::GetSupportedScannerListFromXML] ";
+    const std::string unable = "E " + h + "Unable to load ScannerList XML file, desc : Error=";
     const std::string xml = "XMLParserUtil : ",
                       noRelease = "No node in ScannerList XML with AndroidVersion = Android_13";
+    const std::string unloaded = Abort(xml + "Unable to load ScannerList XML file", kXmlSource, 30);
     const std::vector<Case> cases = {
         {list + ";cameras=0=back\n", "scanners",
          "count 3\n0\tImager\tIM5100\n1\tCamera Scanner\tREAR_CAMERA\n2\tRing\tBT_RING\n",
@@ -395,12 +398,31 @@ TEST(DeviceInfoBuilder, GathersTheFactsInOrderBuildsOneListAndEndsTheProcessOnAB
          "E [XMLParserUtil::GetSupportedScannerListFromXML] " + noRelease + "\n" +
              Abort(xml + noRelease, kXmlSource, 44),
          "XMLParserUtil|ASSERTION", SIGABRT},
+        // A list file that cannot be read or lacks an element ends the process.
+        {"list=<ScannerList><Android_13>", "scanners", "",
+         unable +
+             "XML_ERROR_MISMATCHED_ELEMENT ErrorID=14 (0xe) Line number=1: XMLElement "
+             "name=Android_13\n" +
+             unloaded,
+         "XMLParserUtil|ASSERTION", SIGABRT},
+        {"list=<?xml version=\"1.0\"?>\n<!-- nothing -->\n", "scanners", "",
+         "E " + h + "Failed to load config file: No root element.\n" +
+             Abort(xml + "Failed to load config file: No root element.", kXmlSource, 38),
+         "XMLParserUtil|ASSERTION", SIGABRT},
+        {"list=<ScannerList><Android_13><platform/></Android_13></ScannerList>", "scanners", "",
+         "E " + h + "No default node in ScannerList XML\n" +
+             Abort(xml + "No default node in ScannerList XML", kXmlSource, 52),
+         "XMLParserUtil|ASSERTION", SIGABRT},
+        {"list=<ScannerList><Android_13><default/></Android_13></ScannerList>", "scanners", "",
+         "E " + h + "No platform node in ScannerList XML\n" +
+             Abort(xml + "No platform node in ScannerList XML", kXmlSource, 59),
+         "XMLParserUtil|ASSERTION", SIGABRT},
         // No file at all where the device says the list is.
         {"", "scanners", "",
-         "E [XMLParserUtil::GetSupportedScannerListFromXML] Unable to load ScannerList XML file, "
-         "desc : Error=XML_ERROR_FILE_NOT_FOUND ErrorID=3 (0x3) Line number=0: "
-         "filename=$ROOT/system/etc/scanner/ScannerList.xml\n" +
-             Abort(xml + "Unable to load ScannerList XML file", kXmlSource, 30),
+         unable +
+             "XML_ERROR_FILE_NOT_FOUND ErrorID=3 (0x3) Line number=0: "
+             "filename=$ROOT/system/etc/scanner/ScannerList.xml\n" +
+             unloaded,
          "XMLParserUtil|ASSERTION", SIGABRT}};
     Check(cases);
 }
