@@ -7,6 +7,7 @@
 #include <limits.h>
 
 #include <memory>
+#include <sstream>
 
 #include "DeviceInfoBuilder.h"
 #include "FakeAudioService.h"
@@ -28,11 +29,6 @@ using Lines = std::vector<Entry>;
 // Opens the module's state to the tests.
 class HWBeepProbe : public HWBeep<ANDROID_VERSION_10> {
   public:
-    using HWBeep::b_beepEnabled;
-    using HWBeep::b_ignore_ovc_volume;
-    using HWBeep::i_Duration;
-    using HWBeep::i_Frequency;
-    using HWBeep::i_VolumeSliderType;
     using HWBeep::m_Parameters;
 };
 
@@ -138,69 +134,92 @@ class HWBeepTest : public ::testing::Test {
     std::unique_ptr<HWBeepProbe> module_;
 };
 
-TEST_F(HWBeepTest, VolumeComesFromTheDeviceOrTheRescaledStream) {
+// Each case sets its parameters ("key=value", in order) on a new module and prepares it with the
+// device's scanner beep volume and the stream's answers: `stream` is the stream asked (0: none),
+// the tone goes to the service (frequency -1: silenced, nothing does).
+TEST_F(HWBeepTest, PreparationFollowsTheParametersAndTheVolumes) {
     struct Case {
-        int scannerVolume;
-        const char *ignoreOvc, *slider;
-        int stream, current, max;  // the stream asked (0: none) and its answers
-        int volume;
+        const char* params;
+        int scannerVolume, stream, current, max, frequency, duration, volume;
     } cases[] = {
         // clang-format off
-        {5, "false", "2", 0, 7, 15, 5},
-        {0, "false", "2", 0, 7, 15, 0},
-        {-1, "false", "2", 4, 7, 15, 5},  // 4.67
-        {-1, "false", "2", 4, 3, 4, 8},   // 7.5: halves away from zero
-        {-1, "false", "2", 4, -3, 4, -8},
-        {-1, "false", "2", 4, 5, 0, 2},   // no maximum
-        {-1, "false", "2", 4, 20, 10, 20},  // not clamped
-        {-1, "false", "2", 4, INT_MAX, 1, INT_MAX},  // saturates
-        {-1, "false", "2", 4, INT_MIN, 1, INT_MIN},
-        {9, "true", "2", 4, 3, 15, 2},
-        {-1, "false", "0", 2, 7, 7, 10},
-        {-1, "false", "1", 3, 3, 15, 2},
-        {-1, "false", "3", 5, 1, 7, 1},
-        {-1, "false", "7", 5, 1, 7, 1},
-        {-1, "false", "-1", 5, 1, 7, 1},
+        {"", 5, 0, 7, 15, 12, 30, 5},
+        {"", 0, 0, 7, 15, 12, 30, 0},
+        {"", -1, 4, 7, 15, 12, 30, 5},  // 4.67
+        {"", -1, 4, 3, 4, 12, 30, 8},   // 7.5: halves away from zero
+        {"", -1, 4, -3, 4, 12, 30, -8},
+        {"", -1, 4, 5, 0, 12, 30, 2},   // no maximum
+        {"", -1, 4, 20, 10, 12, 30, 20},  // not clamped
+        {"", -1, 4, INT_MAX, 1, 12, 30, INT_MAX},  // saturates
+        {"", -1, 4, INT_MIN, 1, 12, 30, INT_MIN},
+        {"ignore_ovc_volume=true", 9, 4, 3, 15, 12, 30, 2},
+        {"ignore_ovc_volume=TRUE", 9, 0, 3, 15, 12, 30, 9},
+        {"ignore_ovc_volume=true ", 9, 0, 3, 15, 12, 30, 9},
+        {"ignore_ovc_volume=1", 9, 0, 3, 15, 12, 30, 9},
+        {"ignore_ovc_volume=true,ignore_ovc_volume=false", 9, 0, 3, 15, 12, 30, 9},
+        {"volume_slider_type=0", -1, 2, 7, 7, 12, 30, 10},
+        {"volume_slider_type=1", -1, 3, 3, 15, 12, 30, 2},
+        {"volume_slider_type=3", -1, 5, 1, 7, 12, 30, 1},
+        {"volume_slider_type=7", -1, 5, 1, 7, 12, 30, 1},
+        {"volume_slider_type=-1", -1, 5, 1, 7, 12, 30, 1},
+        {"remote_scanner_audio_feedback_mode=0", 5, 0, 7, 15, 12, 30, 5},
+        {"remote_scanner_audio_feedback_mode=1", -1, 0, 7, 15, -1, 0, 0},
+        {"remote_scanner_audio_feedback_mode=2", 5, 0, 7, 15, 12, 30, 5},
+        {"remote_scanner_audio_feedback_mode=3", -1, 0, 7, 15, -1, 0, 0},
+        {"remote_scanner_audio_feedback_mode=4", 5, 0, 7, 15, 12, 30, 5},
+        {"remote_scanner_audio_feedback_mode=x", 5, 0, 7, 15, 12, 30, 5},
+        {"frequency=abc", 5, 0, 7, 15, 0, 30, 5},
+        {"frequency=2500,duration=90,volume=3", 7, 0, 7, 15, 2500, 90, 7},
+        {"duration=45ms", 5, 0, 7, 15, 12, 45, 5},
+        {"timeout=5,Frequency=5", 5, 0, 7, 15, 12, 30, 5},
         // clang-format on
     };
-    Initialize();
     for (const Case& c : cases) {
-        SCOPED_TRACE(std::to_string(c.scannerVolume) + c.ignoreOvc + c.slider);
+        SCOPED_TRACE(c.params);
         SetScannerBeepVolume(c.scannerVolume);
-        module_->SetParameter("ignore_ovc_volume", c.ignoreOvc);
-        module_->SetParameter("volume_slider_type", c.slider);
-        module_->SetParameter("volume", "3");  // replaced by the computed volume
         audio_->SetStreamVolume(c.stream == 0 ? 4 : c.stream, c.current, c.max);
-        audio_->ClearTransactions();
+        HWBeepProbe module;
+        ASSERT_TRUE(module.InitializeFeedback());
         beep_->ClearCalls();
+        audio_->ClearTransactions();
+        Lines lines;
+        std::string slider = "2";
         ScopedCapture log;
-        EXPECT_TRUE(module_->PrepareFeedbackForTrigger());
-        EXPECT_EQ(Config(12, 30, c.volume), beep_->Calls());
-        std::vector<FakeAudioService::Transaction> asked;
+        std::istringstream params(c.params);
+        for (std::string key, value;
+             std::getline(params, key, '=') && std::getline(params, value, ',');) {
+            module.SetParameter(key.c_str(), value.c_str());
+            if (key == "volume_slider_type") slider = value;
+            if (key + value == "ignore_ovc_volumetrue") {
+                lines.push_back(Debug("[HWBeep::SetParameter] b_ignore_ovc_volume to true\n"));
+            }
+        }
+        EXPECT_TRUE(module.PrepareFeedbackForTrigger());
+        lines.push_back(Debug("[HWBeep<T>::PrepareFeedbackForTrigger ] +"));
         const std::string prepare = "[HWBEEP<T>::PrepareFeedbackForTrigger] ";
-        Lines lines = {Debug("[HWBeep<T>::PrepareFeedbackForTrigger ] +")};
+        std::vector<FakeAudioService::Transaction> asked;
         if (c.stream != 0) {
             asked = {{8, 0, true, {c.stream}, ""}, {10, 0, true, {c.stream}, ""}};
             // The slider setting, not the stream it selects, is what the line reports.
-            lines.push_back(Debug(prepare + "Stream " + c.slider + ", Current volume " +
+            lines.push_back(Debug(prepare + "Stream " + slider + ", Current volume " +
                                   std::to_string(c.current) + ", Max volume " +
                                   std::to_string(c.max)));
         }
-        lines.push_back(Debug(prepare + "i_Volume= " + std::to_string(c.volume)));
+        const std::string config =
+            "frequency=" + std::to_string(c.frequency) + ";duration=" + std::to_string(c.duration) +
+            ";volume=" + std::to_string(c.volume) + ";timeout=15000;timeout_after=15000";
+        if (c.frequency != -1) {
+            lines.push_back(Debug(prepare + "i_Volume= " + std::to_string(c.volume)));
+            EXPECT_EQ(config, module.m_Parameters);
+        }
+        EXPECT_EQ(c.frequency == -1 ? Calls{} : Config(c.frequency, c.duration, c.volume),
+                  beep_->Calls());
         EXPECT_EQ(asked, audio_->Transactions());
         EXPECT_EQ(lines, BeepLines(log));
     }
-    SetScannerBeepVolume(7);
-    module_->SetParameter("frequency", "2500");
-    module_->SetParameter("duration", "90");
-    beep_->ClearCalls();
-    module_->PrepareFeedbackForTrigger();
-    EXPECT_STREQ("frequency=2500;duration=90;volume=7;timeout=15000;timeout_after=15000",
-                 module_->m_Parameters);
-    EXPECT_EQ(Config(2500, 90, 7), beep_->Calls());
 }
 
-TEST_F(HWBeepTest, TriggerRestartsOnceWhenTheServiceRefusesAndNotWhenSilenced) {
+TEST_F(HWBeepTest, TriggerRestartsOnceWhenTheServiceRefuses) {
     const Calls start = {Beep::StartBeep()};
     const Calls again = {Beep::StartBeep(), Config(12, 30, 7)[0], Beep::StartBeep()};
     struct Case {
@@ -231,56 +250,6 @@ TEST_F(HWBeepTest, TriggerRestartsOnceWhenTheServiceRefusesAndNotWhenSilenced) {
             }
         }
         EXPECT_EQ(lines, BeepLines(log));
-    }
-    audio_->ClearTransactions();  // silenced, the preparation asks neither service
-    ScopedCapture log;
-    EXPECT_TRUE(module_->PrepareFeedbackForTrigger());
-    EXPECT_TRUE(beep_->Calls().empty());
-    EXPECT_TRUE(audio_->Transactions().empty());
-    EXPECT_EQ(Lines{Debug("[HWBeep<T>::PrepareFeedbackForTrigger ] +")}, BeepLines(log));
-}
-
-TEST_F(HWBeepTest, ParameterKeysFollowTheirTwoChains) {
-    struct Case {
-        const char *name, *value;
-        bool enabled, ignoreOvc;
-        int slider, frequency, duration;
-    } cases[] = {
-        // clang-format off
-        {"remote_scanner_audio_feedback_mode", "0", true, false, 2, 12, 30},
-        {"remote_scanner_audio_feedback_mode", "1", false, false, 2, 12, 30},
-        {"remote_scanner_audio_feedback_mode", "2", true, false, 2, 12, 30},
-        {"remote_scanner_audio_feedback_mode", "3", false, false, 2, 12, 30},
-        {"remote_scanner_audio_feedback_mode", "4", true, false, 2, 12, 30},
-        {"remote_scanner_audio_feedback_mode", "x", true, false, 2, 12, 30},
-        {"ignore_ovc_volume", "true", true, true, 2, 12, 30},
-        {"ignore_ovc_volume", "TRUE", true, false, 2, 12, 30},
-        {"ignore_ovc_volume", "true ", true, false, 2, 12, 30},
-        {"ignore_ovc_volume", "1", true, false, 2, 12, 30},
-        {"volume_slider_type", "7", true, false, 7, 12, 30},
-        {"volume_slider_type", "-1", true, false, -1, 12, 30},
-        {"frequency", "abc", true, false, 2, 0, 30},
-        {"frequency", "3000", true, false, 2, 3000, 30},
-        {"duration", "45ms", true, false, 2, 12, 45},
-        {"timeout", "5", true, false, 2, 12, 30},
-        {"Frequency", "5", true, false, 2, 12, 30},
-        // clang-format on
-    };
-    for (const Case& c : cases) {
-        HWBeepProbe module;
-        ScopedCapture log;
-        module.SetParameter(c.name, c.value);
-        SCOPED_TRACE(std::string(c.name) + "=" + c.value);
-        EXPECT_EQ(c.enabled, module.b_beepEnabled);
-        EXPECT_EQ(c.ignoreOvc, module.b_ignore_ovc_volume);
-        EXPECT_EQ(c.slider, module.i_VolumeSliderType);
-        EXPECT_EQ(c.frequency, module.i_Frequency);
-        EXPECT_EQ(c.duration, module.i_Duration);
-        EXPECT_EQ(c.ignoreOvc ? Lines{Debug("[HWBeep::SetParameter] b_ignore_ovc_volume to true\n")}
-                              : Lines{},
-                  BeepLines(log));
-        module.SetParameter("ignore_ovc_volume", "false");  // clears the flag again
-        EXPECT_FALSE(module.b_ignore_ovc_volume);
     }
 }
 
