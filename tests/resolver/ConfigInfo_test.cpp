@@ -7,9 +7,7 @@
 #include <tinyxml2.h>
 #include <unistd.h>
 
-#include <array>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "TestSupport.h"
@@ -37,26 +35,28 @@ std::string Document(const std::string& files, const std::string& binaries = "",
 }
 
 using Files = std::vector<std::pair<std::string, std::string>>;  // device path, content
+using Lines = std::vector<std::pair<std::string, std::string>>;  // name, resolved text
 
 // Runs the caller under `process`, resolving each name in turn (a device path is removed
-// instead), and checks what it prints, one line per name, and its resolver and assertion lines;
-// a fatal last line must have ended it. An empty first line stands for the parser's own text,
-// which names the file on the host.
-void Expect(const std::string& what, const Files& files, const std::vector<std::string>& names,
-            const std::string& out, std::vector<Entry> expected = {},
-            const std::string& process = "caller") {
+// instead), and checks what it prints and its resolver and assertion lines; a fatal last line
+// must have ended it before it printed anything. An empty first line stands for the parser's own
+// text, which names the file on the host.
+void Expect(const std::string& what, const Files& files, const Lines& resolved,
+            std::vector<Entry> expected = {}, const std::string& process = "caller") {
     SCOPED_TRACE(what);
     orvex::test::DeviceRoot root;
     for (const auto& file : files) root.AddFile(file.first, file.second);
+    const bool fatal = !expected.empty() && expected.back().priority == ANDROID_LOG_FATAL;
     std::vector<std::string> args;
-    for (const std::string& name : names) {
-        args.insert(args.end(), {name[0] == '/' ? "unlink" : "resolve", name});
+    std::string out;
+    for (const auto& r : resolved) {
+        args.insert(args.end(), {r.first[0] == '/' ? "unlink" : "resolve", r.first});
+        if (!fatal && r.first[0] != '/') out += r.second + "\n";
     }
     const std::string logPath = root.path() + "/caller.log";
     orvex::test::ProcessResult run =
         orvex::test::RunProcess(orvex::test::CallerPath(), process, args,
                                 {{"ORVEX_DEVICE_ROOT", root.path()}, {"ORVEX_LOG", logPath}});
-    const bool fatal = !expected.empty() && expected.back().priority == ANDROID_LOG_FATAL;
     EXPECT_EQ(fatal ? SIGABRT : 0, run.termSignal) << run.err;
     EXPECT_EQ(fatal ? -1 : 0, run.exitCode);
     EXPECT_EQ(out, run.out);
@@ -76,7 +76,7 @@ void Expect(const std::string& what, const Files& files, const std::vector<std::
 TEST(ConfigInfo, ResolvesEveryGroupWithItsCarryOversAndFirstDefinitionWinning) {
     const std::string prefix = DataFilesDir("caller");
     // clang-format off
-    const std::vector<std::pair<std::string, std::string>> expected = {
+    const Lines resolved = {
         {"absolute", "/vendor/etc/ScannerList.xml"}, {"inherits-true", "/odm/a.xml"},
         {"relative", prefix + "/etc/b.xml"}, {"upper-case", prefix + "/etc/c.xml"},
         // "absolutepath" counts only when it comes before the path.
@@ -116,18 +116,12 @@ TEST(ConfigInfo, ResolvesEveryGroupWithItsCarryOversAndFirstDefinitionWinning) {
         "<property><name>blank-default</name><value/></property>"
         "<file><name>misplaced-file</name><path>/m</path></file>");
     // clang-format on
-    std::vector<std::string> names;
-    std::string out;
-    for (const auto& e : expected) {
-        names.push_back(e.first);
-        out += e.second + "\n";
-    }
     Expect("all groups",
            {{kBuildProp,
              "ro.product.cpu.abi=arm64-v8a\nro.vendor.model=SE4750\nro.empty=\n"
              "unlisted.prop=from-property\n"},
             {prefix + kDeps, document}},
-           names, out);
+           resolved);
 }
 
 TEST(ConfigInfo, PerUserFileAbiAndReadingOnce) {
@@ -140,11 +134,13 @@ TEST(ConfigInfo, PerUserFileAbiAndReadingOnce) {
     };
     const std::string user = DataFilesDir("caller");
     const Files own = {{kDeps, doc("system")}, {user + kDeps, doc("dcfiles")}};
-    Expect("own", own, {"where", "from"}, user + "/x.xml\ndcfiles\n");
-    Expect("sub-process", own, {"where", "from"}, user + "/x.xml\ndcfiles\n", {}, "caller:remote");
+    const Lines dcfiles = {{"where", user + "/x.xml"}, {"from", "dcfiles"}};
+    const Lines system = {{"where", "/x.xml"}, {"from", "system"}};
+    Expect("own", own, dcfiles);
+    Expect("sub-process", own, dcfiles, {}, "caller:remote");
     Expect("other's", {{kDeps, doc("system")}, {DataFilesDir("other") + kDeps, doc("dcfiles")}},
-           {"where", "from"}, "/x.xml\nsystem\n");
-    Expect("none", {{kDeps, doc("system")}}, {"where", "from"}, "/x.xml\nsystem\n");
+           system);
+    Expect("none", {{kDeps, doc("system")}}, system);
 
     const std::string binaries = Document(
         "",
@@ -158,22 +154,23 @@ TEST(ConfigInfo, PerUserFileAbiAndReadingOnce) {
                                                                             {"riscv64", ""},
                                                                             {"", ""}}) {
         const std::string prop = abi.first.empty() ? "" : "ro.product.cpu.abi=" + abi.first + "\n";
-        Expect("abi " + abi.first, {{kBuildProp, prop}, {kDeps, binaries}}, {"abs", "rel"},
-               "/system/" + abi.second + "/libfoo.so\n/system/libs/" + abi.first + "/libfoo.so\n");
+        Expect("abi " + abi.first, {{kBuildProp, prop}, {kDeps, binaries}},
+               {{"abs", "/system/" + abi.second + "/libfoo.so"},
+                {"rel", "/system/libs/" + abi.first + "/libfoo.so"}});
     }
     // Once the table is filled the file may go: a second read would end the process.
     Expect("read once",
            {{kBuildProp, "late.prop=first\n"},
             {kDeps, Document("<file><name>a</name><path>/a</path></file><file><name>b</name>"
                              "<path>/b</path></file>")}},
-           {"a", kDeps, "b", "late.prop"}, "/a\n/b\nfirst\n");
+           {{"a", "/a"}, {kDeps, ""}, {"b", "/b"}, {"late.prop", "first"}});
 }
 
 TEST(ConfigInfo, BrokenFileOrTooLongTextEndsTheProcess) {
     // An empty error stands for the parser's own text.
     const auto broken = [](const char* file, const std::string& error,
                            const std::string& description, int line) {
-        Expect(description, file ? Files{{kDeps, file}} : Files{}, {"anything"}, "",
+        Expect(description, file ? Files{{kDeps, file}} : Files{}, {{"anything", ""}},
                {{ANDROID_LOG_ERROR, kTag, error.empty() ? "" : kHead + error},
                 {ANDROID_LOG_FATAL, kAssertTag,
                  "This is not my fault, Something else has malfunctioned - Sincerly "
@@ -199,8 +196,9 @@ TEST(ConfigInfo, BrokenFileOrTooLongTextEndsTheProcess) {
     const auto tooLong = [](const std::string& files, const std::string& properties,
                             const std::string& line, const std::string& buildProp = "",
                             const std::string& process = "caller") {
-        Expect(line, {{kBuildProp, buildProp}, {kDeps, Document(files, "", properties)}}, {"a"}, "",
-               {{ANDROID_LOG_FATAL, kTag, "[Utils::FormatFixed] " + line + "\n"}}, process);
+        Expect(line, {{kBuildProp, buildProp}, {kDeps, Document(files, "", properties)}},
+               {{"a", ""}}, {{ANDROID_LOG_FATAL, kTag, "[Utils::FormatFixed] " + line + "\n"}},
+               process);
     };
     const std::string n127(127, 'n'), p100(100, 'p');
     tooLong("", "",
@@ -208,7 +206,7 @@ TEST(ConfigInfo, BrokenFileOrTooLongTextEndsTheProcess) {
                 std::to_string(DataFilesDir(p100).size() + 1) + " needed)",
             "", p100);
     Expect("fits", {{kDeps, Document("<file><name>" + n127 + "</name><path>/p</path></file>")}},
-           {n127}, "/p\n");
+           {{n127, "/p"}});
     tooLong("<file><name>" + n127 + "n</name><path>/p</path></file>", "",
             "a dependency name does not fit in 128 bytes (129 needed)");
     tooLong("<file><name>a</name><absolutepath>" + std::string(200, 't') +
