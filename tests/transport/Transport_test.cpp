@@ -68,12 +68,13 @@ std::string Text(T value) {
 }
 
 int Int(const std::string& text) { return std::stoi(text); }
+uint8_t U8(const std::string& text) { return std::stoi(text); }
 
+// "12 AB"
 std::vector<uint8_t> Bytes(const std::string& hex) {
     std::vector<uint8_t> bytes;
-    for (const std::string& byte : Split(hex, ' ')) {
-        if (!byte.empty()) bytes.push_back(std::stoi(byte, nullptr, 16));
-    }
+    for (size_t at = 0; at + 1 < hex.size(); at += 3)
+        bytes.push_back(std::stoi(hex.substr(at, 2), nullptr, 16));
     return bytes;
 }
 
@@ -125,14 +126,15 @@ std::unique_ptr<M> Create(PlatformModuleTag tag, const char* name) {
         dynamic_cast<M*>(ComponentIndex::Instance()->CreateModule(tag, name)));
 }
 
-// A scenario's steps are separated by "; ". Each is "op" or "op(arg,arg)", and "=expected" checks
-// the op's result: "dies" when the process must end as reading a failed call's value does,
-// "dies:TEXT" with TEXT on stderr. Lists (log lines, calls, what the caller heard) are joined by
-// '|'; "$" stands for the scenario's module prefix.
 // What a module does when it reads the value of a call that did not reach its service.
 const char kDead[] =
     " F HidlStatus: Attempted to retrieve value from failed HIDL call: "
     "Status(EX_TRANSACTION_FAILED): 'DEAD_OBJECT: '";
+
+// A scenario's steps are separated by "; ". Each is "op" or "op(arg,arg)", and "=expected" checks
+// the op's result: "dies" when the process must end as reading a failed call's value does,
+// "dies:TEXT" with TEXT on stderr. Lists (log lines, calls, what the caller heard) are joined by
+// '|'; "$" stands for the scenario's prefix of the module's log lines.
 
 struct Scenario {
     const char* name;
@@ -140,33 +142,22 @@ struct Scenario {
     const char* script;
 };
 
-const char kSerial[] = "[SerialPort<T>::";
-const char kPlug[] = "[PlugableDeviceNotifier<T>::";
-const char kBattery[] = "[BatterySwapModule";
-const char kCamera[] = "[CameraModule";
-const char kAdding[] = "[ComponentIndex::AddPlatformModule] Adding platform module '";
-
 const Scenario kScenarios[] = {
-    // Each module alone under its tag and supported without a service; only the notifier logs its
-    // life.
-    {"ModulesAreRegisteredOnceUnderTheirTags", kPlug,
-     "modules=1SerialPort1 1PlugableDeviceNotifier1 1BatterySwapModule1 1CameraModule1 ; "
-     "log=D $PlugableDeviceNotifier()] ctor|D $PlugableDeviceNotifier()] dtor"},
-    {"SerialTransportReachesTheServiceInOrder", kSerial,
+    {"SerialTransportReachesTheServiceInOrder", "[SerialPort<T>::",
      "start; s.init=1; s.acq=1; s.start=0; s.write=0; s.ioctl=0; s.stop=0; s.rel=1; "
      "m.calls=getSerialInterface(); s.calls=registerCallback(cb)|registerCallback(cb)|"
      "openPort(/dev/ttyHS1, 115200, true)|writeData(12 AB 00)|ioControl(5, -7)|closePort(); "
      "log=D $associateSerial] Acquired ISerial interface.|D [SerialCallback::SerialCallback()] "
      "ctor|D $AcquireSerialInterface] success|D $StartTransport] StartTransport return 0|"
      "D $IoControl] return:0\n|D $StopTransport] StopTransport return 0 --|D $disassociate]"},
-    {"SerialWithoutInterfacesAnswersFixedCodes", kSerial,
+    {"SerialWithoutInterfacesAnswersFixedCodes", "[SerialPort<T>::",
      "s.start=9; s.stop=0; s.ioctl=1; s.write=8; fw.open=9; fw.close=4; fw.ioctl=4; fw.write=8; "
      "fw.read=Error - Unable to Read Data; log=E $StartTransport] StartTransport failed|"
      "E $StopTransport] already stoped|E Platform HAL $IoControl] failed\n|"
      "E $FWOpenSerialPort] FWOpenSerialPort failed|E $FWCloseSerialPort] FWCloseSerialPort failed|"
      "E $FWIoCtl] FWIoCtl failed|E $FWWritePort] err:8 |E $FWReadPort] sp_SerialHal NULL)"},
     // Statuses pass through, and only a successful open or close moves the stopped state.
-    {"SerialStatusesPassThrough", kSerial,
+    {"SerialStatusesPassThrough", "[SerialPort<T>::",
      "start; s.init; s.acq; log; s.answers(7,0,0,200,255); s.start=7; s.ioctl=200; s.write=255; "
      "s.stop=0; s.calls(closePort)=0; s.answers(0,5,0,0,0); s.start=0; s.stop=5; "
      "s.answers(0,0,0,0,0); s.stop=0; s.stop=0; s.calls(closePort)=2; "
@@ -174,13 +165,13 @@ const Scenario kScenarios[] = {
      "E $StopTransport] already stoped|D $StartTransport] StartTransport return 0|"
      "D $StopTransport] StopTransport return 5 --|D $StopTransport] StopTransport return 0 --|"
      "E $StopTransport] already stoped"},
-    {"SerialRefusedRegistrationFailsAcquireAndStart", kSerial,
+    {"SerialRefusedRegistrationFailsAcquireAndStart", "[SerialPort<T>::",
      "start; s.answers(0,0,3,0,0); s.init; s.acq=0; log=D $associateSerial] Acquired ISerial "
      "interface.|D [SerialCallback::SerialCallback()] ctor|E $AcquireSerialInterface] is not "
      "available; s.answers(0,0,0,0,0); s.rel=1; s.init; s.acq=1; s.answers(0,0,3,0,0); s.calls; "
      "log; s.start=9; s.calls=registerCallback(cb); log=E $StartTransport] StartTransport failed"},
     // Without a data callback the acquisition fails but leaves the service a callback object.
-    {"SerialReceivedBytesReachTheDataCallback", kSerial,
+    {"SerialReceivedBytesReachTheDataCallback", "[SerialPort<T>::",
      "start; s.acq=0; s.calls=registerCallback(cb); log=D $associateSerial] Acquired ISerial "
      "interface.|D [SerialCallback::SerialCallback()] ctor|E $AcquireSerialInterface] is not "
      "available; s.rx(01 02)=1; log=D [SerialCallback::onSerialData] data vector is not empty\n; "
@@ -190,7 +181,7 @@ const Scenario kScenarios[] = {
      "data vector is empty\n"},
     // Writes are logged at error level even when they succeed; only a successful read of some bytes
     // answers them.
-    {"SerialFirmwarePortPassesStatusesThrough", kSerial,
+    {"SerialFirmwarePortPassesStatusesThrough", "[SerialPort<T>::",
      "start; fw.acq=1; fw.answers(1,0,254,-42,0); fw.open=1; fw.ioctl=254; fw.write=0; "
      "fw.answers(1,2,254,-42,6); fw.write(0)=6; fw.poll=-42; fw.read(1,12 AB)=0x120xAB0x00; "
      "fw.read(1,00)=0x000x00; fw.read(1,FF 80 0A 7F)=0xFF0x800x0A0x7F0x00; fw.close=2; "
@@ -205,7 +196,7 @@ const Scenario kScenarios[] = {
      "fwWrite(4, DE AD 00 01)|fwWrite(0, )|fwPoll()|fwRead()|fwRead()|fwRead()|fwClose()|fwRead()|"
      "fwRead()|fwRead()"},
     // A failed firmware acquisition lets go of the transport's interfaces.
-    {"SerialTransportAndFirmwarePortExcludeEachOther", kSerial,
+    {"SerialTransportAndFirmwarePortExcludeEachOther", "[SerialPort<T>::",
      "start; s.init; s.acq; s.start=0; log; fw.acq=0; log=E $associateSerial] failed|"
      "E $associateSerialFWUpdate] unable to get Serial Interface|E $AcquireFWSerialInterface] "
      "failed; s.stop=4; s.start=9; log=E $StopTransport] StopTransport failed|"
@@ -214,7 +205,7 @@ const Scenario kScenarios[] = {
      "available|E $associateSerialFWUpdate] failed|E $AcquireFWSerialInterface] failed; "
      "fw.open=0; m.calls(getSerialInterface)=2"},
     // Without a firmware port the instance holds the transport until released.
-    {"SerialMissingServiceOrPartsFailAcquisition", kSerial,
+    {"SerialMissingServiceOrPartsFailAcquisition", "[SerialPort<T>::",
      "s.init; s.acq=0; fw.acq=0; log=E $associateSerial] Unable to get IDCHWManager interface.|"
      "E $AcquireSerialInterface] is not available|E $associateSerial] Unable to get IDCHWManager "
      "interface.|E $associateSerialFWUpdate] unable to get Serial Interface|"
@@ -226,17 +217,17 @@ const Scenario kScenarios[] = {
      "E $AcquireFWSerialInterface] failed|E $associateSerial] failed|"
      "E $associateSerialFWUpdate] unable to get Serial Interface|E $AcquireFWSerialInterface] "
      "failed; s.rel=1; s.init; s.acq=1"},
-    {"SerialBuffersBeyondAVectorEndTheProcess", kSerial,
+    // Lengths beyond what a vector holds end the process; after the service died, so does the next
+    // call on an interface still held. Release needs no service.
+    {"SerialServiceDeathEndsTheProcessAtTheNextCall", "[SerialPort<T>::",
      "start; s.init; s.acq; s.write(4294967296)=dies:external vector size exceeds 2^32 elements.; "
-     "s.rel; fw.acq; fw.write(-1)=dies:external vector size exceeds 2^32 elements."},
-    // Release needs no service.
-    {"SerialServiceDeathEndsTheProcessAtTheNextCall", kSerial,
-     "start; s.init; s.acq; kill; s.start=dies; s.rel=1; start; s.init; s.acq=1; s.start=0; kill; "
-     "s.write=dies; s.ioctl=dies; s.stop=dies; s.rel=1; start; fw.acq=1; kill; fw.open=dies; "
-     "fw.close=dies; fw.ioctl=dies; fw.poll=dies; fw.write=dies"},
+     "kill; s.start=dies; s.rel=1; start; s.init; s.acq=1; s.start=0; kill; s.write=dies; "
+     "s.ioctl=dies; s.stop=dies; s.rel=1; start; fw.acq=1; fw.write(-1)=dies:external vector size "
+     "exceeds 2^32 elements.; kill; fw.open=dies; fw.close=dies; fw.ioctl=dies; fw.poll=dies; "
+     "fw.write=dies"},
     // A read that does not reach the service fails; the port counts as held until released. The
     // transport acquired again without a release: the dead manager fails its ping.
-    {"SerialAfterServiceDeathAcquisitionConnectsAfresh", kSerial,
+    {"SerialAfterServiceDeathAcquisitionConnectsAfresh", "[SerialPort<T>::",
      "start; fw.acq; kill; fw.read=Error - Unable to Read Data; fw.calls=; fw.acq=0; start; "
      "s.rel=1; fw.acq=1; fw.open=0; fw.calls=fwOpen(/dev/ttyHS0); s.rel=1; s.init; s.acq; "
      "restart; s.acq=1; s.start=0; s.rx(09)=1; heard=09; s.calls=registerCallback(cb)|"
@@ -244,12 +235,16 @@ const Scenario kScenarios[] = {
      "log=E $associateSerial] Unable to get IDCHWManager interface.|"
      "E $AcquireSerialInterface] is not available"},
     // After letting go, however, nothing reaches the caller though the service still calls.
-    {"SerialReleasedCallbackHearsNothing", kSerial,
+    {"SerialReleasedCallbackHearsNothing", "[SerialPort<T>::",
      "start; s.init; s.acq; s.rx(5A)=1; heard=5A; s.rel=1; s.rx(5A)=1; heard=; s.init; s.acq=1; "
      "selfrelease(s)=11; heard=5A; s.rx(5A)=1; heard=; s.init; s.acq=1; s.delete; s.rx(5A)=1; "
      "heard="},
-    {"PlugableSequenceReachesTheServiceAndChangesTheCaller", kPlug,
-     "start; p.acq=1; p.reg=1; p.name(1,/dev/ttyUSB1)=/dev/ttyUSB1; p.raise(1,/dev/ttyACM0,2)=1; "
+    // Each module alone under its tag and supported without a service; only the notifier logs its
+    // life.
+    {"PlugableSequenceReachesTheServiceAndChangesTheCaller", "[PlugableDeviceNotifier<T>::",
+     "modules=1SerialPort1 1PlugableDeviceNotifier1 1BatterySwapModule1 1CameraModule1 ; "
+     "log=D $PlugableDeviceNotifier()] ctor|D $PlugableDeviceNotifier()] dtor; start; p.acq=1; "
+     "p.reg=1; p.name(1,/dev/ttyUSB1)=/dev/ttyUSB1; p.raise(1,/dev/ttyACM0,2)=1; "
      "p.raise(0,port with spaces,-128)=1; log=D $associatePlugableDeviceNotifier] Acquired "
      "PlugableDeviceNotifier interface.|D $AcquirePlugableDeviceNotifierInterface] success|"
      "D $InitializeSSI] scanner:2 ++|D [PlugableNotifierCallbacki::PlugableNotifierCallback] "
@@ -262,7 +257,7 @@ const Scenario kScenarios[] = {
      "m.calls=getPlugableDeviceNotifier(); p.calls=registerNotifierCallback(cb, 2)|getPortName()"},
     // A second acquisition fails until released; the port name is the service's unless its status
     // is -1.
-    {"PlugablePortName", kPlug,
+    {"PlugablePortName", "[PlugableDeviceNotifier<T>::",
      "p.name=WrongPort; log=E $GetPortName] sp_PlugableHal is null|E $GetPortName] port name "
      "WrongPort; start; p.acq=1; log; p.acq=0; log=E $associatePlugableDeviceNotifier] failed|"
      "E $AcquirePlugableDeviceNotifierInterface] is not available; p.rel=1; p.acq=1; "
@@ -271,92 +266,93 @@ const Scenario kScenarios[] = {
      "p.name(127,COM1)=COM1; log; p.name(-1,/dev/ttyUSB0)=WrongPort; p.name(0,)=; "
      "log=E $GetPortName] Error in port Name|E $GetPortName] port name WrongPort|"
      "E $GetPortName] port name "},
-    // The service's answer is the result; a new registration replaces the module's callback.
-    {"PlugableRegistrationNeedsTheInterfaceAndACallback", kPlug,
-     "p.reg(1)=0; log=D $InitializeSSI] scanner:1 ++|E $InitializeSSI] failed; start; p.acq; log; "
+    // Without a service or a notifier nothing is acquired; registration needs the interface and a
+    // callback, the service's answer is the result, and a new registration replaces the module's
+    // callback.
+    {"PlugableRegistrationNeedsTheInterfaceAndACallback", "[PlugableDeviceNotifier<T>::",
+     "p.reg(1)=0; p.acq=0; log=D $InitializeSSI] scanner:1 ++|E $InitializeSSI] failed|"
+     "E $associatePlugableDeviceNotifier] Unable to get IDCHWManager interface.|"
+     "E $AcquirePlugableDeviceNotifierInterface] is not available; parts(serial); start; p.acq=0; "
+     "log=E $associatePlugableDeviceNotifier] Unable to get IPlugableDevice interface.|"
+     "E $AcquirePlugableDeviceNotifierInterface] is not available; p.acq=0; "
+     "m.calls(getPlugableDeviceNotifier)=2; parts(notifier); restart; p.acq; log; "
      "p.regnull(-1)=0; p.calls=; log=D $InitializeSSI] scanner:-1 ++|"
      "D [PlugableNotifierCallbacki::PlugableNotifierCallback] ctor\n|E $InitializeSSI] failed; "
      "p.result(0); p.reg(7)=0; log=D $InitializeSSI] scanner:7 ++|D "
      "[PlugableNotifierCallbacki::PlugableNotifierCallback] ctor\n|D "
      "[PlugableNotifierCallbacki::~PlugableNotifierCallback] dtor\n; p.result(1); p.reg(7)=1; "
      "p.result(2); p.reg(7)=1; p.result(255); p.reg(7)=1; p.calls(registerNotifierCallback)=4"},
-    {"PlugableMissingServiceOrNotifierFailsAcquisition", kPlug,
-     "p.acq=0; parts(serial); start; p.acq=0; log=E $associatePlugableDeviceNotifier] Unable to "
-     "get IDCHWManager interface.|E $AcquirePlugableDeviceNotifierInterface] is not available|"
-     "E $associatePlugableDeviceNotifier] Unable to get IPlugableDevice interface.|"
-     "E $AcquirePlugableDeviceNotifierInterface] is not available; p.acq=0; "
-     "m.calls(getPlugableDeviceNotifier)=2"},
     // A reply that never came names no port; acquired again without a release, the dead manager
     // fails its ping and changes flow from the new instance.
-    {"PlugableServiceDeath", kPlug,
+    {"PlugableServiceDeath", "[PlugableDeviceNotifier<T>::",
      "start; p.acq; kill; p.reg=dies; p.rel; start; p.acq; p.reg; log; kill; p.raise=0; "
      "p.name(1,/dev/ttyUSB0)=WrongPort; p.calls=registerNotifierCallback(cb, 2); "
      "log=E $GetPortName] Error in port Name|E $GetPortName] port name WrongPort; start; p.acq=1; "
      "p.reg=1; p.raise(0,/dev/ttyUSB0,2)=1; heard=0,/dev/ttyUSB0,2; remove; log; p.acq=0; "
      "log=E $associatePlugableDeviceNotifier] Unable to get IDCHWManager interface.|"
      "E $AcquirePlugableDeviceNotifierInterface] is not available"},
-    {"PlugableReleasedCallbackHearsNothing", kPlug,
+    {"PlugableReleasedCallbackHearsNothing", "[PlugableDeviceNotifier<T>::",
      "start; p.acq; p.reg; p.raise=1; heard=1,/dev/ttyUSB0,2; p.rel=1; p.raise=1; heard=; p.acq; "
      "p.reg; p.regnull(2)=0; p.rel=1; p.raise=1; heard=; p.acq; p.reg; selfrelease(p)=11; "
      "heard=1,/dev/ttyUSB0,2; p.raise=1; heard=; p.acq; p.reg; p.delete; p.raise=1; heard="},
     // Repeated Inits on a live service answer false and keep the connection.
-    {"BatteryAnswersPassThrough", kBattery,
+    {"BatteryAnswersPassThrough", "[BatterySwapModule",
      "start; b.init=1; b.init=0; b.init=0; b.answers(1,1); b.enter=1; b.inswap=1; b.enter=1; "
      "b.exit=1; b.answers(0,1); b.enter=0; b.enter=0; b.exit=1; b.answers(1,0); b.enter=1; "
      "b.enter=1; b.exit=0; b.answers(0,0); b.enter=0; b.enter=0; b.exit=0; b.exit=0; "
      "m.calls=getBatterySwapHandler(); b.calls(enterBatterySwap)=8; b.calls(exitBatterySwap)=5; "
      "log=I $::associateBatterySwapHIDL] Acquired IBatterySwapHandlerHIDL interface."},
-    {"BatteryWithoutAHandlerCallsNoService", kBattery,
+    {"BatteryWithoutAHandlerCallsNoService", "[BatterySwapModule",
      "start; b.enter=0; b.exit=0; m.calls=; b.calls=; log=E $<T>::EnterBatterySwap] "
      "sp_BatterySwapHandler is null|E $<T>::ExitBatterySwap] sp_BatterySwapHandler is null; "
      "b.init=1; b.disassociate; log; b.enter=0; b.calls=; log=E $<T>::EnterBatterySwap] "
      "sp_BatterySwapHandler is null; b.init=1; m.calls(getBatterySwapHandler)=2"},
-    {"BatteryMissingServiceOrHandlerFailsInit", kBattery,
+    {"BatteryMissingServiceOrHandlerFailsInit", "[BatterySwapModule",
      "b.init=0; parts(); start; b.init=0; log=E $::associateBatterySwapHIDL] Unable to get "
      "DCHWManager HIDL interface.|E $::associateBatterySwapHIDL] Unable to get IBatterySwapHandler "
      "HIDL interface.; b.init=0; m.calls=getBatterySwapHandler()|getBatterySwapHandler(); log; "
      "b.enter=0; log=E $<T>::EnterBatterySwap] sp_BatterySwapHandler is null"},
     // A reconnection that finds no manager leaves the flag set: Init no longer looks, and the
     // handler kept is the dead one.
-    {"BatteryServiceDeath", kBattery,
+    {"BatteryServiceDeath", "[BatterySwapModule",
      "start; b.init; kill; b.enter=dies; b.exit=dies; start; b.init=1; b.enter=1; b.inswap=1; "
      "log=I $::associateBatterySwapHIDL] Acquired IBatterySwapHandlerHIDL interface.|"
      "I $::associateBatterySwapHIDL] Acquired IBatterySwapHandlerHIDL interface.; remove; "
      "b.init=0; log=E $::associateBatterySwapHIDL] Unable to get DCHWManager HIDL interface.; "
      "start; b.init=0; log=; m.calls=; b.enter=dies"},
-    {"CameraLookupsAreTheProvidersAnswersNeverCached", kCamera,
+    {"CameraLookupsAreTheProvidersAnswersNeverCached", "[CameraModule",
      "start; c.table; c.init=1; c.tag(min)=-2147483647; c.tag(max)=2147483647; "
      "c.tag(max)=2147483647; c.tag()=0; c.tag(zero)=0; c.tag(not.a.tag)=-77; "
      "c.calls(getVendorTagId)=6; m.calls=getCameraVendorTagProvider(); log=I CameraModule::Init|"
      "I $::associateCameraVendorTagHIDL] Acquired ICameraVendorTagProvider interface."},
-    {"CameraLookupsWithoutAConnectionCallNoService", kCamera,
-     "start; c.tag=-1; c.init=1; c.deinit=1; c.tag=-1; c.init=1; c.disassociate; c.tag()=-1; "
-     "c.calls=; log=E $<T>::GetCameraVendorTagID] sp_CameraTagProvider is null|"
-     "I CameraModule::Init|I $::associateCameraVendorTagHIDL] Acquired ICameraVendorTagProvider "
-     "interface.|I CameraModule::DeInit|E $<T>::GetCameraVendorTagID] sp_CameraTagProvider is null|"
+    // A repeated Init answers false until DeInit; without a connection lookups answer -1 by
+    // themselves.
+    {"CameraLookupsAreAnsweredOnlyWhileConnected", "[CameraModule",
+     "start; c.tag=-1; c.init=1; c.init=0; c.tag=-2147483646; c.deinit=1; c.deinit=1; c.tag=-1; "
+     "c.init=1; c.tag=-2147483646; c.disassociate; c.tag()=-1; "
+     "c.calls=getVendorTagId(com.tevrin.imager.gain)|getVendorTagId(com.tevrin.imager.gain); "
+     "m.calls(getCameraVendorTagProvider)=2; log=E $<T>::GetCameraVendorTagID] "
+     "sp_CameraTagProvider is null|I CameraModule::Init|I $::associateCameraVendorTagHIDL] "
+     "Acquired ICameraVendorTagProvider interface.|I CameraModule::Init|I CameraModule::DeInit|"
+     "I CameraModule::DeInit|E $<T>::GetCameraVendorTagID] sp_CameraTagProvider is null|"
      "I CameraModule::Init|I $::associateCameraVendorTagHIDL] Acquired ICameraVendorTagProvider "
      "interface.|E $<T>::GetCameraVendorTagID] sp_CameraTagProvider is null"},
-    {"CameraRepeatedInitAnswersFalseUntilDeInit", kCamera,
-     "start; c.init=1; c.init=0; c.tag=-2147483646; c.deinit=1; c.deinit=1; c.init=1; "
-     "c.tag=-2147483646; m.calls(getCameraVendorTagProvider)=2; log=I CameraModule::Init|"
-     "I $::associateCameraVendorTagHIDL] Acquired ICameraVendorTagProvider interface.|"
-     "I CameraModule::Init|I CameraModule::DeInit|I CameraModule::DeInit|I CameraModule::Init|"
-     "I $::associateCameraVendorTagHIDL] Acquired ICameraVendorTagProvider interface."},
-    {"CameraMissingServiceOrProviderFailsInit", kCamera,
+    {"CameraMissingServiceOrProviderFailsInit", "[CameraModule",
      "c.init=0; parts(); start; c.init=0; log=I CameraModule::Init|E "
      "$::associateCameraVendorTagHIDL] Unable to get DCHWManager HIDL interface.|"
      "I CameraModule::Init|E $::associateCameraVendorTagHIDL] Unable to get "
      "ICameraVendorTagProvider HIDL interface.; c.init=0; m.calls(getCameraVendorTagProvider)=2; "
      "log; c.tag=-1; log=E $<T>::GetCameraVendorTagID] sp_CameraTagProvider is null"},
     // Gone for good, the flag keeps Init from looking again even once a service is back.
-    {"CameraServiceDeath", kCamera,
+    {"CameraServiceDeath", "[CameraModule",
      "start; c.init; kill; c.tag=dies; restart; c.init=1; c.tag=-2147483646; "
      "c.calls=getVendorTagId(com.tevrin.imager.gain); remove; log; c.init=0; start; c.init=0; "
      "log=I CameraModule::Init|E $::associateCameraVendorTagHIDL] Unable to get DCHWManager HIDL "
      "interface.|I CameraModule::Init; c.deinit=1; c.init=1"},
     // A fresh process that loads the library registers all eleven modules while it loads, in load
     // order; tags 11 and 13 have no name for the abstracted lookup, so only their names find them.
-    {"FreshProcessRegistersAndFindsTheModules", kAdding,
+    {"FreshProcessRegistersAndFindsTheModules",
+     "[ComponentIndex::AddPlatformModule] Adding platform module '",
      "caller(count 9 count 10 count 11 count 13 create 9 SerialPort create 10 "
      "PlugableDeviceNotifier create 11 BatterySwapModule create 13 CameraModule create 11 "
      "CameraModule abstract 9 abstract 10 abstract 11 abstract 13)=1|1|1|1|module|module|module|"
@@ -402,7 +398,7 @@ class TransportScript : public ::testing::TestWithParam<Scenario> {
             OP("s.init", mPort->Initialize(&mRec)), OP("s.acq", mPort->AcquireSerialInterface()),
             OP("s.rel", mPort->ReleaseSerialInterface()), OP("s.delete", (mPort.reset(), "")),
             OP("s.start", mPort->StartTransport("/dev/ttyHS1", 115200, true)),
-            OP("s.stop", mPort->StopTransport()), OP("s.answers", SetSerialAnswers(a)),
+            OP("s.stop", mPort->StopTransport()), OP("s.answers", (mSerial->SetAnswers({U8(a[0]), U8(a[1]), U8(a[2]), U8(a[3]), U8(a[4])}), "")),
             OP("s.ioctl", mPort->IoControl(static_cast<TransportIOControlCodes>(5), -7)),
             OP("s.write", mPort->ProcessRequest(mRequest, a.empty() ? 3 : std::stoul(a[0]))),
             OP("s.rx", mSerial->Receive(Bytes(a[0]))), OP("s.calls", Calls(mSerial->calls(), a)),
@@ -480,24 +476,13 @@ class TransportScript : public ::testing::TestWithParam<Scenario> {
         return lines;
     }
 
-    // openPort, closePort, registerCallback, ioControl, writeData.
-    const char* SetSerialAnswers(const Args& a) {
-        FakeSerial::Answers x;
-        uint8_t* statuses[] = {&x.openPort, &x.closePort, &x.registerCallback, &x.ioControl,
-                               &x.writeData};
-        for (size_t i = 0; i < a.size(); ++i) *statuses[i] = Int(a[i]);
-        mSerial->SetAnswers(x);
-        return "";
-    }
-
     // fwOpen, fwClose, fwIoctl, fwPoll, fwWrite; or whether reads succeed and their bytes.
     const char* SetFirmwareAnswers(const Args& a) {
         auto x = mSerial->Firmware()->GetAnswers();
         if (a.size() == 2) x.readOk = a[0] == "1", x.readData = Bytes(a[1]);
-        if (a.size() == 5) x.fwOpen = Int(a[0]), x.fwClose = Int(a[1]), x.fwIoctl = Int(a[2]);
-        if (a.size() == 5) x.fwPoll = Int(a[3]), x.fwWrite = Int(a[4]);
-        mSerial->Firmware()->SetAnswers(x);
-        return "";
+        if (a.size() == 5)
+            x = {U8(a[0]), U8(a[1]), U8(a[2]), Int(a[3]), U8(a[4]), x.readOk, x.readData};
+        return mSerial->Firmware()->SetAnswers(x), "";
     }
 
     // Sends one message whose callback releases the module from inside it: "11" when it arrived
@@ -509,12 +494,10 @@ class TransportScript : public ::testing::TestWithParam<Scenario> {
             released =
                 serial ? mPort->ReleaseSerialInterface() : mPlug->ReleasePlugableDeviceNotifier();
         };
-        auto done = std::make_shared<std::promise<bool>>();
-        std::future<bool> sent = done->get_future();
-        std::thread([this, serial, done] {
-            done->set_value(serial ? mSerial->Receive({0x5A})
-                                   : mNotifier->RaiseConnectionChanged(true, "/dev/ttyUSB0", 2));
-        }).detach();
+        auto sent = std::async(std::launch::async, [&] {
+            return serial ? mSerial->Receive({0x5A})
+                          : mNotifier->RaiseConnectionChanged(true, "/dev/ttyUSB0", 2);
+        });
         if (sent.wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
             fprintf(stderr, "the release waited for the callback it was called from\n");
             abort();
