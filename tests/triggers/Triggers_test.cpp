@@ -60,7 +60,7 @@ struct Case {
 };
 
 // Runs the caller on the case's device; returns its output and the library's records from the
-// device facts on (registrations left out), one "P message" line each.
+// device facts on (registrations and the imager's lines left out), one "P message" line each.
 std::pair<std::string, std::string> RunCase(const Case& c) {
     DeviceRoot root;
     root.AddFile("/system/build.prop",
@@ -80,8 +80,8 @@ std::pair<std::string, std::string> RunCase(const Case& c) {
     std::string log;
     for (const orvex::hostlog::Entry& e :
          FilterTag(WithoutRegistrations(ReadLogFile(logPath)), "ScannerFramework")) {
-        // The imager's own lines are the imaging suite's to pin.
         if (log.empty() && e.message.rfind("[DeviceInfo::GetProductModel]", 0) != 0) continue;
+        // The imager's own lines are the imaging suite's to pin.
         if (e.message.rfind("[ImagerHIDLProxy", 0) == 0) continue;
         log += std::string(1, "???DIWEF"[e.priority]) + " " + e.message + "\n";
     }
