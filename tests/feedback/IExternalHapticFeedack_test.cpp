@@ -25,6 +25,10 @@ const Entry kPrepare = Debug(kPrep + "+");
 const Entry kTrigger = Debug("[IExternalHapticFeedack::TriggerFeedback] +");
 const Entry kAcquired = Debug("[IDCHWManager] Acquired Plugable interface.");
 const Entry kNoManager = Error("[IDCHWManager] Unable to get IDCHWManager interface.");
+const Entry kCtor = Debug("[IExternalHapticFeedack<T>::IExternalHapticFeedack] ctor");
+const Entry kAssociated = Info(
+    "[IExternalHapticFeedack<T>::InitializeFeedback] External Haptic feedback HAL has been "
+    "associated");
 const Entry kFailed = Error("[IExternalHapticFeedack<T>::InitializeFeedback] intialisation failed");
 const std::string kAvailable = "[IExternalHapticFeedack<T>::IsSupported] bExternalHapticFeedack";
 
@@ -66,10 +70,8 @@ TEST_F(HapticTest, EachScanAsksForTheVibratorAndVibratesForThreeHundred) {
                      "vibrateExternal(300)"}),
               notifier_->calls().Calls());
     EXPECT_EQ(Calls{"getPlugableDeviceNotifier()"}, sim_.manager()->calls().Calls());
-    EXPECT_EQ((Lines{Debug("[IExternalHapticFeedack<T>::IExternalHapticFeedack] ctor"), kAcquired,
-                     Info("[IExternalHapticFeedack<T>::InitializeFeedback] External Haptic "
-                          "feedback HAL has been associated"),
-                     kPrepare, Info(kPrep + "External vibrator not present"), kTrigger, kPrepare,
+    EXPECT_EQ((Lines{kCtor, kAcquired, kAssociated, kPrepare,
+                     Info(kPrep + "External vibrator not present"), kTrigger, kPrepare,
                      Debug(kPrep + "External vibrator present"), kTrigger,
                      Debug("[IExternalHapticFeedack::TriggerFeedback] vibrateExternal ret:-5")}),
               log.WithTag("ScannerFramework"));
@@ -78,38 +80,24 @@ TEST_F(HapticTest, EachScanAsksForTheVibratorAndVibratesForThreeHundred) {
 // The connection is fetched until the manager and its interface answer, shared while the
 // manager answers its ping, and dropped by a probe, a failure or a module's destruction.
 TEST_F(HapticTest, ConnectionIsFetchedUntilItAnswersSharedAndDropped) {
+    auto dropped = [] {
+        return Hal::sp_IDCHWManager == nullptr && Hal::sp_PlugableHal == nullptr &&
+               !Hal::b_ExternalHapticFeedackInit;
+    };
     auto module = std::make_unique<HapticProbe>();
     module->b_externalVibratorPresent = true;
-    {
-        ScopedCapture log;
-        EXPECT_FALSE(module->PrepareFeedbackForTrigger());
-        EXPECT_TRUE(module->b_externalVibratorPresent);
-        EXPECT_FALSE(module->IsSupported());
-        EXPECT_FALSE(module->InitializeFeedback());
-        EXPECT_EQ(
-            (Lines{kPrepare, Error(kPrep + "Something is wrong. IQBIoConnectorDevice is null"),
-                   kNoManager, Debug(kAvailable + "Available=0 "), kNoManager, kFailed}),
-            log.WithTag("ScannerFramework"));
-    }
+    ScopedCapture log;
+    EXPECT_FALSE(module->PrepareFeedbackForTrigger());  // not initialized
+    EXPECT_TRUE(module->b_externalVibratorPresent);
+    EXPECT_FALSE(module->IsSupported());
+    EXPECT_FALSE(module->InitializeFeedback());
     orvex::sim::HardwareManagerSim bare;  // a manager without a pluggable interface
-    {
-        ScopedCapture log;
-        EXPECT_FALSE(module->InitializeFeedback());
-        EXPECT_EQ((Lines{Error("[IDCHWManager] Unable to get Plugable interface."), kFailed}),
-                  log.WithTag("ScannerFramework"));
-        EXPECT_EQ(nullptr, Hal::sp_IDCHWManager);
-    }
+    EXPECT_FALSE(module->InitializeFeedback());
+    EXPECT_EQ(nullptr, Hal::sp_IDCHWManager);
     bare.Remove();
     sim_.Start();
-    {
-        ScopedCapture log;
-        EXPECT_TRUE(module->IsSupported());
-        EXPECT_EQ((Lines{kAcquired, Debug(kAvailable + "Available=1 ")}),
-                  log.WithTag("ScannerFramework"));
-        EXPECT_EQ(nullptr, Hal::sp_IDCHWManager);
-        EXPECT_EQ(nullptr, Hal::sp_PlugableHal);
-        EXPECT_FALSE(Hal::b_ExternalHapticFeedackInit);
-    }
+    EXPECT_TRUE(module->IsSupported());
+    EXPECT_TRUE(dropped());
     sim_.manager()->calls().Clear();
     EXPECT_TRUE(module->InitializeFeedback());
     HapticProbe second;
@@ -126,13 +114,28 @@ TEST_F(HapticTest, ConnectionIsFetchedUntilItAnswersSharedAndDropped) {
     EXPECT_TRUE(third.PrepareFeedbackForTrigger());
     EXPECT_EQ(Calls{"isExternalVibratorPresent()"}, notifier_->calls().Calls());
     EXPECT_TRUE(old->calls().Calls().empty());
-
-    ScopedCapture log;
     module.reset();
-    EXPECT_EQ(nullptr, Hal::sp_IDCHWManager);
-    EXPECT_EQ(nullptr, Hal::sp_PlugableHal);
-    EXPECT_FALSE(Hal::b_ExternalHapticFeedackInit);
-    EXPECT_EQ(Lines{Debug("[IExternalHapticFeedack<T>::~IExternalHapticFeedack]  dtor ")},
+    EXPECT_TRUE(dropped());
+    EXPECT_EQ((Lines{kPrepare,
+                     Error(kPrep + "Something is wrong. IQBIoConnectorDevice is null"),
+                     kNoManager,
+                     Debug(kAvailable + "Available=0 "),
+                     kNoManager,
+                     kFailed,
+                     Error("[IDCHWManager] Unable to get Plugable interface."),
+                     kFailed,
+                     kAcquired,
+                     Debug(kAvailable + "Available=1 "),
+                     kAcquired,
+                     kAssociated,
+                     kCtor,
+                     kAssociated,
+                     kCtor,
+                     kAcquired,
+                     kAssociated,
+                     kPrepare,
+                     Debug(kPrep + "External vibrator present"),
+                     Debug("[IExternalHapticFeedack<T>::~IExternalHapticFeedack]  dtor ")}),
               log.WithTag("ScannerFramework"));
 }
 
