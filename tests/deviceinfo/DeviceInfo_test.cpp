@@ -48,9 +48,6 @@ Result RunCaller(const std::string& root, const std::string& words,
         std::replace(word.begin(), word.end(), '+', ' ');
         args.push_back(word == "''" ? "" : word);
     }
-    if (access((root + "/sim/cameras.prop").c_str(), F_OK) == 0) {
-        args.insert(args.begin(), "cameras");
-    }
     const std::string log = root + "/caller.log";
     Result run;
     run.process = RunProcess(kBuild + "/bin/deviceinfo_caller", "caller", args,
@@ -79,57 +76,50 @@ Result RunCaller(const std::string& root, const std::string& words,
 // libimagerclient.so (empty leaves it out). Library files are relative to the build, or to this
 // folder's build without a folder.
 Result RunDevice(const std::string& changes, const std::string& args) {
-    std::map<std::string, std::string> d = {{"ro.board.platform", "lahaina"},
-                                            {"ro.product.name", "tr52_gms"},
-                                            {"ro.product.model", "TR52"},
-                                            {"ro.product.device", "TR52HC"},
-                                            {"ro.product.manufacturer", "Tevrin"},
-                                            {"ro.build.version.release", "13"},
-                                            {"ro.product.cpu.abi", "x86_64"},
-                                            {"imager", "imager_id=31\ninterface_type=1\n"},
-                                            {"level", "1"},
-                                            {"volume", "scanner_beep_volume=5\nbeep_audio_api=1\n"},
-                                            {"libname", "libplatform.orvex.so"},
-                                            {"libovc.so", "lib/libovc.so"},
-                                            {"libimagerclient.so", "lib/libimagerclient.so"},
-                                            {"libplatform.orvex.so", "lib/libplatform.orvex.so"},
-                                            {"liborvex_host.so", "lib/liborvex_host.so"}};
-    std::istringstream in(changes);
+    std::map<std::string, std::string> d;
+    std::istringstream in(
+        "ro.board.platform=lahaina;ro.product.name=tr52_gms;ro.product.model=TR52;"
+        "ro.product.device=TR52HC;ro.product.manufacturer=Tevrin;ro.build.version.release=13;"
+        "ro.product.cpu.abi=x86_64;imager=imager_id=31\ninterface_type=1\n;level=1;"
+        "volume=scanner_beep_volume=5\nbeep_audio_api=1\n;libname=libplatform.orvex.so;"
+        "libovc.so=lib/libovc.so;libimagerclient.so=lib/libimagerclient.so;"
+        "libplatform.orvex.so=lib/libplatform.orvex.so;liborvex_host.so=lib/liborvex_host.so;" +
+        changes);
     for (std::string change; std::getline(in, change, ';');) {
-        const size_t eq = change.find('=');
         if (change[0] == '-') d.erase(change.substr(1));
-        if (change[0] != '-') d[change.substr(0, eq)] = change.substr(eq + 1);
+        if (change[0] != '-')
+            d[change.substr(0, change.find('='))] = change.substr(change.find('=') + 1);
     }
-    TempDir libraries;
-    const std::string platform = libraries.path() + "/libplatform.orvex.so";
     const auto file = [&](const std::string& name) {
         return kBuild + (d[name].find('/') == std::string::npos ? "/tests/deviceinfo/" : "/") +
                d[name];
     };
-    for (const char* name :
-         {"libplatform.orvex.so", "liborvex_host.so", "libovc.so", "libimagerclient.so"}) {
-        const std::string link = libraries.path() + "/" + name;
-        EXPECT_TRUE(d[name].empty() || symlink(file(name).c_str(), link.c_str()) == 0);
-    }
+    TempDir libraries;
     DeviceRoot root;
-    std::string buildProp;
+    std::string buildProp, binaries;
     for (const auto& entry : d) {
         if (entry.first.rfind("ro.", 0) == 0) buildProp += entry.first + "=" + entry.second + "\n";
+        const std::string link = libraries.path() + "/" + entry.first;
+        if (entry.first.rfind(".so") == entry.first.size() - 3 && !entry.second.empty()) {
+            EXPECT_EQ(0, symlink(file(entry.first).c_str(), link.c_str()));
+        }
     }
     root.AddFile("/system/build.prop", buildProp);
     // Scanner list and platform library only, so properties come from build.prop.
     const std::string list = "/system/etc/scanner/ScannerList.xml";
-    const std::string binary =
-        "<binary><name>libplatformso</name><absolutepath>true</absolutepath><libname>" +
-        d["libname"] + "</libname></binary>";
+    if (!d["libname"].empty()) {
+        binaries = "<binary><name>libplatformso</name><absolutepath>true</absolutepath><libname>" +
+                   d["libname"] + "</libname></binary>";
+    }
     root.AddFile("/system/etc/scanner/ExternalDependencies.xml",
-                 "<?xml version=\"1.0\"?>\n<deps>\n<files><file><name>scannerlistxml</name>"
-                 "<absolutepath>true</absolutepath><path>" +
-                     list + "</path></file></files>\n<binaries>" +
-                     (d["libname"].empty() ? "" : binary) +
+                 "<?xml "
+                 "version=\"1.0\"?>\n<deps>\n<files><file><name>scannerlistxml</"
+                 "name><absolutepath>true</absolutepath><path>" +
+                     list + "</path></file></files>\n<binaries>" + binaries +
                      "</binaries>\n<properties/>\n</deps>\n");
     // The x86_64 ABI puts absolute library paths under /system/lib64.
     root.AddDir("/system/lib64");
+    const std::string platform = libraries.path() + "/libplatform.orvex.so";
     const std::string kept = d["libfile"].empty() ? platform : file("libfile");
     EXPECT_EQ(0,
               symlink(kept.c_str(), root.HostPath("/system/lib64/libplatform.orvex.so").c_str()));
@@ -385,8 +375,7 @@ TEST(DeviceInfoBuilder, GathersTheFactsInOrderBuildsOneListAndEndsTheProcessOnAB
                  "[SupportedScannerInfo::SupportedScannerInfo] masterScannerMap\n",
          "LoadPlatformHWInfoRetrieverModule\\] E$|masterScannerMap$|libimagerclient.so loaded"},
         // A number that does not parse leaves nothing stored and the lock free.
-        {"list=" + List(External("Ring", "1", "first", "BT_RING"), ""),
-         "scanners-catch scanners-catch",
+        {"list=" + List(External("Ring", "1", "first", "BT_RING"), ""), "scanners scanners",
          "exception invalid_argument: stoi\nexception invalid_argument: stoi\n", id31 + id31,
          "Scanner ID=31"},
         // Platform or model too long for its buffer.

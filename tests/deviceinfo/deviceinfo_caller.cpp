@@ -4,14 +4,14 @@
 // slot out of place in the library shows up as a wrong answer here.
 //
 //   ORVEX_PLATFORM_LIB   the library to load (default: the build's lib/libplatform.orvex.so)
+//   The camera service is installed from the device root's camera list when it has one.
 //
 //   deviceinfo_caller CMD...   one or more of:
 //     OP [ARG]                call one DeviceInfo or SupportedScannerInfo operation, print its
 //                             answer (strings in brackets)
-//     cameras                 install the camera service from the device root's camera list
 //     setprop NAME VALUE      change a system property of this process
-//     scanners                print the scanner list: "count N", then "I<TAB>NAME<TAB>MODEL"
-//     scanners-catch          as scanners, printing "exception TYPE: WHAT" for an exception
+//     scanners                print the scanner list: "count N", then "I<TAB>NAME<TAB>MODEL",
+//                             or "exception TYPE: WHAT" for an exception
 //     same                    print "same" when both builder operations and ImagerInfoUtils
 //                             answer one object each
 //     race N                  N threads make the first builder calls together; print "same"
@@ -123,25 +123,20 @@ Func Symbol(const char* name) {
     return reinterpret_cast<Func>(symbol);
 }
 
-GetDeviceInfoFunc DeviceInfoFunc() {
-    return Symbol<GetDeviceInfoFunc>("_ZN3odk17DeviceInfoBuilder21GetDeviceInfoInstanceEv");
+const char* kGetInfo = "_ZN3odk17DeviceInfoBuilder21GetDeviceInfoInstanceEv";
+const char* kGetScanners = "_ZN3odk17DeviceInfoBuilder31GetSupportedScannerInfoInstanceEv";
+const char* kGetImager = "_ZN15ImagerInfoUtils21getImagerInfoInstanceEv";
+
+template <typename View, typename Func>
+View* Get(const char* name) {
+    return reinterpret_cast<View*>(Symbol<Func>(name)());
 }
 
-GetScannerInfoFunc ScannerInfoFunc() {
-    return Symbol<GetScannerInfoFunc>(
-        "_ZN3odk17DeviceInfoBuilder31GetSupportedScannerInfoInstanceEv");
-}
-
-DeviceInfoView* Info() { return reinterpret_cast<DeviceInfoView*>(DeviceInfoFunc()()); }
-
+DeviceInfoView* Info() { return Get<DeviceInfoView, GetDeviceInfoFunc>(kGetInfo); }
 SupportedScannerInfoView* Scanners() {
-    return reinterpret_cast<SupportedScannerInfoView*>(ScannerInfoFunc()());
+    return Get<SupportedScannerInfoView, GetScannerInfoFunc>(kGetScanners);
 }
-
-ImagerInfoUtilsView* Imager() {
-    return reinterpret_cast<ImagerInfoUtilsView*>(
-        Symbol<GetImagerInfoFunc>("_ZN15ImagerInfoUtils21getImagerInfoInstanceEv")());
-}
+ImagerInfoUtilsView* Imager() { return Get<ImagerInfoUtilsView, GetImagerInfoFunc>(kGetImager); }
 
 const char* Bool(bool value) { return value ? "true" : "false"; }
 
@@ -198,8 +193,8 @@ void PrintScanners(SupportedScannerInfoView* scanners) {
 bool Race(int threads) {
     std::promise<void> start;
     std::shared_future<void> go = start.get_future().share();
-    GetScannerInfoFunc getScanners = ScannerInfoFunc();
-    GetDeviceInfoFunc getInfo = DeviceInfoFunc();
+    GetScannerInfoFunc getScanners = Symbol<GetScannerInfoFunc>(kGetScanners);
+    GetDeviceInfoFunc getInfo = Symbol<GetDeviceInfoFunc>(kGetInfo);
     std::vector<std::future<std::pair<void*, void*>>> results;
     for (int i = 0; i < threads; ++i) {
         results.push_back(std::async(std::launch::async, [=] {
@@ -227,14 +222,8 @@ bool Race(int threads) {
 
 // Runs one command of the caller's own; -1 for an unknown one.
 int Command(const std::string& cmd, const std::string& next, const std::string& after) {
-    if (cmd == "cameras") {
-        if (orvex::camera::LoadProfileCameras()) return 0;
-        fprintf(stderr, "no camera list\n");
-        exit(2);
-    }
     if (cmd == "setprop") return orvex::properties::Set(next, after), 2;
-    if (cmd == "scanners") return PrintScanners(Scanners()), 0;
-    if (cmd == "scanners-catch") {
+    if (cmd == "scanners") {
         try {
             PrintScanners(Scanners());
         } catch (const std::invalid_argument& e) {
@@ -255,22 +244,21 @@ int Command(const std::string& cmd, const std::string& next, const std::string& 
     }
     if (cmd == "hwinfo" || cmd == "hwinfo-named") {
         const PlatformModuleTag tag = static_cast<PlatformModuleTag>(12);
-        IPlatformModule* module;
-        if (cmd == "hwinfo") {
-            module =
-                Symbol<IPlatformModule* (*)(PlatformModuleTag)>("GetAbstractedPlatformModule")(tag);
-            HWInfoModuleView* hwInfo = reinterpret_cast<HWInfoModuleView*>(module);
-            if (hwInfo != nullptr) {
-                const char* name = hwInfo->GetModuleName();
-                printf("%s %s %s\n", name, Bool(hwInfo->isDeviceFederalSku1()),
-                       Bool(hwInfo->isDeviceFederalSku2()));
-            }
+        IPlatformModule* module =
+            cmd == "hwinfo" ? Symbol<IPlatformModule* (*)(PlatformModuleTag)>(
+                                  "GetAbstractedPlatformModule")(tag)
+                            : Symbol<IPlatformModule* (*)(PlatformModuleTag, const char*)>(
+                                  "GetPlatformModule")(tag, next.c_str());
+        HWInfoModuleView* hwInfo = reinterpret_cast<HWInfoModuleView*>(module);
+        if (module == nullptr) {
+            printf("null\n");
+        } else if (cmd == "hwinfo") {
+            const char* name = hwInfo->GetModuleName();
+            printf("%s %s %s\n", name, Bool(hwInfo->isDeviceFederalSku1()),
+                   Bool(hwInfo->isDeviceFederalSku2()));
         } else {
-            module = Symbol<IPlatformModule* (*)(PlatformModuleTag, const char*)>(
-                "GetPlatformModule")(tag, next.c_str());
-            if (module != nullptr) printf("module\n");
+            printf("module\n");
         }
-        if (module == nullptr) printf("null\n");
         Symbol<void (*)(IPlatformModule*)>("DeletePlatformModule")(module);
         return cmd == "hwinfo" ? 0 : 1;
     }
@@ -298,6 +286,7 @@ int main(int argc, char** argv) {
         fprintf(stderr, "dlopen: %s\n", dlerror());
         return 3;
     }
+    orvex::camera::LoadProfileCameras();
     for (int i = 1; i < argc; ++i) {
         std::string next = i + 1 < argc ? argv[i + 1] : "";
         std::string after = i + 2 < argc ? argv[i + 2] : "";
