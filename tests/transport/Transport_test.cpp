@@ -143,19 +143,19 @@ struct Scenario {
 };
 
 const Scenario kScenarios[] = {
-    {"SerialTransportReachesTheServiceInOrder", "[SerialPort<T>::",
-     "start; s.init=1; s.acq=1; s.start=0; s.write=0; s.ioctl=0; s.stop=0; s.rel=1; "
+    // Without its interfaces each operation answers a fixed code.
+    {"SerialTransportAnswersAloneOrReachesTheServiceInOrder", "[SerialPort<T>::",
+     "s.start=9; s.stop=0; s.ioctl=1; s.write=8; fw.open=9; fw.close=4; fw.ioctl=4; fw.write=8; "
+     "fw.read=Error - Unable to Read Data; log=E $StartTransport] StartTransport failed|"
+     "E $StopTransport] already stoped|E Platform HAL $IoControl] failed\n|"
+     "E $FWOpenSerialPort] FWOpenSerialPort failed|E $FWCloseSerialPort] FWCloseSerialPort failed|"
+     "E $FWIoCtl] FWIoCtl failed|E $FWWritePort] err:8 |E $FWReadPort] sp_SerialHal NULL); start; "
+     "s.init=1; s.acq=1; s.start=0; s.write=0; s.ioctl=0; s.stop=0; s.rel=1; "
      "m.calls=getSerialInterface(); s.calls=registerCallback(cb)|registerCallback(cb)|"
      "openPort(/dev/ttyHS1, 115200, true)|writeData(12 AB 00)|ioControl(5, -7)|closePort(); "
      "log=D $associateSerial] Acquired ISerial interface.|D [SerialCallback::SerialCallback()] "
      "ctor|D $AcquireSerialInterface] success|D $StartTransport] StartTransport return 0|"
      "D $IoControl] return:0\n|D $StopTransport] StopTransport return 0 --|D $disassociate]"},
-    {"SerialWithoutInterfacesAnswersFixedCodes", "[SerialPort<T>::",
-     "s.start=9; s.stop=0; s.ioctl=1; s.write=8; fw.open=9; fw.close=4; fw.ioctl=4; fw.write=8; "
-     "fw.read=Error - Unable to Read Data; log=E $StartTransport] StartTransport failed|"
-     "E $StopTransport] already stoped|E Platform HAL $IoControl] failed\n|"
-     "E $FWOpenSerialPort] FWOpenSerialPort failed|E $FWCloseSerialPort] FWCloseSerialPort failed|"
-     "E $FWIoCtl] FWIoCtl failed|E $FWWritePort] err:8 |E $FWReadPort] sp_SerialHal NULL)"},
     // Statuses pass through, and only a successful open or close moves the stopped state.
     {"SerialStatusesPassThrough", "[SerialPort<T>::",
      "start; s.init; s.acq; log; s.answers(7,0,0,200,255); s.start=7; s.ioctl=200; s.write=255; "
@@ -240,7 +240,8 @@ const Scenario kScenarios[] = {
      "selfrelease(s)=11; heard=5A; s.rx(5A)=1; heard=; s.init; s.acq=1; s.delete; s.rx(5A)=1; "
      "heard="},
     // Each module alone under its tag and supported without a service; only the notifier logs its
-    // life.
+    // life. The notifier's calls reach the service in order, and connection changes reach the
+    // caller unchanged.
     {"PlugableSequenceReachesTheServiceAndChangesTheCaller", "[PlugableDeviceNotifier<T>::",
      "modules=1SerialPort1 1PlugableDeviceNotifier1 1BatterySwapModule1 1CameraModule1 ; "
      "log=D $PlugableDeviceNotifier()] ctor|D $PlugableDeviceNotifier()] dtor; start; p.acq=1; "
@@ -295,18 +296,18 @@ const Scenario kScenarios[] = {
      "start; p.acq; p.reg; p.raise=1; heard=1,/dev/ttyUSB0,2; p.rel=1; p.raise=1; heard=; p.acq; "
      "p.reg; p.regnull(2)=0; p.rel=1; p.raise=1; heard=; p.acq; p.reg; selfrelease(p)=11; "
      "heard=1,/dev/ttyUSB0,2; p.raise=1; heard=; p.acq; p.reg; p.delete; p.raise=1; heard="},
-    // Repeated Inits on a live service answer false and keep the connection.
-    {"BatteryAnswersPassThrough", "[BatterySwapModule",
-     "start; b.init=1; b.init=0; b.init=0; b.answers(1,1); b.enter=1; b.inswap=1; b.enter=1; "
-     "b.exit=1; b.answers(0,1); b.enter=0; b.enter=0; b.exit=1; b.answers(1,0); b.enter=1; "
-     "b.enter=1; b.exit=0; b.answers(0,0); b.enter=0; b.enter=0; b.exit=0; b.exit=0; "
-     "m.calls=getBatterySwapHandler(); b.calls(enterBatterySwap)=8; b.calls(exitBatterySwap)=5; "
-     "log=I $::associateBatterySwapHIDL] Acquired IBatterySwapHandlerHIDL interface."},
-    {"BatteryWithoutAHandlerCallsNoService", "[BatterySwapModule",
+    // Without a handler nothing reaches the service; repeated Inits on a live service answer false
+    // and keep the connection.
+    {"BatteryAnswersPassThroughOnlyWithAHandler", "[BatterySwapModule",
      "start; b.enter=0; b.exit=0; m.calls=; b.calls=; log=E $<T>::EnterBatterySwap] "
      "sp_BatterySwapHandler is null|E $<T>::ExitBatterySwap] sp_BatterySwapHandler is null; "
      "b.init=1; b.disassociate; log; b.enter=0; b.calls=; log=E $<T>::EnterBatterySwap] "
-     "sp_BatterySwapHandler is null; b.init=1; m.calls(getBatterySwapHandler)=2"},
+     "sp_BatterySwapHandler is null; b.init=1; b.init=0; b.init=0; b.answers(1,1); b.enter=1; "
+     "b.inswap=1; b.enter=1; b.exit=1; b.answers(0,1); b.enter=0; b.enter=0; b.exit=1; "
+     "b.answers(1,0); b.enter=1; b.enter=1; b.exit=0; b.answers(0,0); b.enter=0; b.enter=0; "
+     "b.exit=0; b.exit=0; m.calls=getBatterySwapHandler()|getBatterySwapHandler(); "
+     "b.calls(enterBatterySwap)=8; b.calls(exitBatterySwap)=5; log=I $::associateBatterySwapHIDL] "
+     "Acquired IBatterySwapHandlerHIDL interface."},
     {"BatteryMissingServiceOrHandlerFailsInit", "[BatterySwapModule",
      "b.init=0; parts(); start; b.init=0; log=E $::associateBatterySwapHIDL] Unable to get "
      "DCHWManager HIDL interface.|E $::associateBatterySwapHIDL] Unable to get IBatterySwapHandler "
@@ -391,18 +392,19 @@ class TransportScript : public ::testing::TestWithParam<Scenario> {
             OP("restart", (mSim.Restart(), "")), OP("remove", (mSim.Remove(), "")),
             OP("parts", (mParts = std::set<std::string>(a.begin(), a.end()), "")),
             OP("log", TakeLog()), OP("heard", mRec.Take()), OP("modules", Modules()),
-            OP("caller", RunCaller(a[0])),
-            OP("m.calls", Calls(mSim.manager()->calls(), a)),
+            OP("caller", RunCaller(a[0])), OP("m.calls", Calls(mSim.manager()->calls(), a)),
             OP("selfrelease", ReleaseInside(a[0] == "s")),
             // The serial port's transport, then its firmware-update port.
             OP("s.init", mPort->Initialize(&mRec)), OP("s.acq", mPort->AcquireSerialInterface()),
             OP("s.rel", mPort->ReleaseSerialInterface()), OP("s.delete", (mPort.reset(), "")),
             OP("s.start", mPort->StartTransport("/dev/ttyHS1", 115200, true)),
-            OP("s.stop", mPort->StopTransport()), OP("s.answers", (mSerial->SetAnswers({U8(a[0]), U8(a[1]), U8(a[2]), U8(a[3]), U8(a[4])}), "")),
+            OP("s.answers", (mSerial->SetAnswers({U8(a[0]), U8(a[1]), U8(a[2]), U8(a[3]),
+                                                  U8(a[4])}), "")),
             OP("s.ioctl", mPort->IoControl(static_cast<TransportIOControlCodes>(5), -7)),
             OP("s.write", mPort->ProcessRequest(mRequest, a.empty() ? 3 : std::stoul(a[0]))),
             OP("s.rx", mSerial->Receive(Bytes(a[0]))), OP("s.calls", Calls(mSerial->calls(), a)),
-            OP("fw.acq", mPort->AcquireFWSerialInterface()), OP("fw.poll", mPort->FWPoll()),
+            OP("s.stop", mPort->StopTransport()), OP("fw.poll", mPort->FWPoll()),
+            OP("fw.acq", mPort->AcquireFWSerialInterface()),
             OP("fw.open", mPort->FWOpenSerialPort("/dev/ttyHS0")),
             OP("fw.close", mPort->FWCloseSerialPort()), OP("fw.answers", SetFirmwareAnswers(a)),
             OP("fw.ioctl", mPort->FWIoCtl(-1, 0x7FFFFFFF, 255)),
@@ -411,16 +413,17 @@ class TransportScript : public ::testing::TestWithParam<Scenario> {
             OP("fw.read", (a.empty() ? "" : SetFirmwareAnswers(a), mPort->FWReadPort())),
             OP("fw.calls", Calls(mSerial->Firmware()->calls(), a)),
             // The pluggable device notifier.
-            OP("p.acq", mPlug->AcquirePlugableDeviceNotifier()), OP("p.delete", (mPlug.reset(), "")),
+            OP("p.acq", mPlug->AcquirePlugableDeviceNotifier()),
             OP("p.rel", mPlug->ReleasePlugableDeviceNotifier()),
+            OP("p.delete", (mPlug.reset(), "")), OP("p.calls", Calls(mNotifier->calls(), a)),
             OP("p.reg", mPlug->InitializeSSI(&mRec, ScannerType(a.empty() ? 2 : Int(a[0])))),
             OP("p.regnull", mPlug->InitializeSSI(nullptr, ScannerType(Int(a[0])))),
             OP("p.result", (mNotifier->SetRegisterResult(Int(a[0])), "")),
             OP("p.name", (a.empty() ? void() : mNotifier->SetPortName(Int(a[0]), a[1]),
                           mPlug->GetPortName())),
-            OP("p.raise", a.empty() ? mNotifier->RaiseConnectionChanged(true, "/dev/ttyUSB0", 2)
-                                    : mNotifier->RaiseConnectionChanged(a[0] == "1", a[1], Int(a[2]))),
-            OP("p.calls", Calls(mNotifier->calls(), a)),
+            OP("p.raise", a.empty()
+                ? mNotifier->RaiseConnectionChanged(true, "/dev/ttyUSB0", 2)
+                : mNotifier->RaiseConnectionChanged(a[0] == "1", a[1], Int(a[2]))),
             // The battery swap and camera vendor tag modules.
             OP("b.init", mBattery->Init()), OP("b.enter", mBattery->EnterBatterySwap()),
             OP("b.exit", mBattery->ExitBatterySwap()), OP("b.inswap", mHandler->InBatterySwap()),
@@ -429,9 +432,8 @@ class TransportScript : public ::testing::TestWithParam<Scenario> {
             OP("b.disassociate", (mBattery->disassociateBatterySwapHIDL(), "")),
             OP("c.init", mCamera->Init()), OP("c.deinit", mCamera->DeInit()),
             OP("c.tag", mCamera->GetCameraVendorTagID(a.empty() ? "com.tevrin.imager.gain" : a[0])),
-            OP("c.table", (mProvider->SetTable({{"min", INT32_MIN + 1}, {"max", INT32_MAX},
-                                                {"", 0}, {"zero", 0}}),
-                           mProvider->SetUnknownTagId(-77), "")),
+            OP("c.table", (mProvider->SetTable({{"min", INT32_MIN + 1}, {"max", INT32_MAX}, {"", 0},
+                           {"zero", 0}}), mProvider->SetUnknownTagId(-77), "")),
             OP("c.calls", Calls(mProvider->calls(), a)),
             OP("c.disassociate", (mCamera->disassociateCameraVendorTagHIDL(), ""))};
 #undef OP
