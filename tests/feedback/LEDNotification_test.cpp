@@ -62,7 +62,6 @@ class LEDTest : public ::testing::Test {
     void TearDown() override {
         NewModule();
         FakeHidlLight::Remove();
-        orvex::binder::Reset();
     }
 
     // Each module's timer goes back to the timer service before the module goes.
