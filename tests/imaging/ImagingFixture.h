@@ -33,7 +33,6 @@ class SimImager {
     }
 
     sim::HardwareManagerSim& sim() { return mSim; }
-    std::vector<std::string> ManagerCalls() const { return mSim.manager()->calls().Calls(); }
 
     // The current instance's parts (the last ones after a death).
     ::android::sp<sim::FakeImager> imager;

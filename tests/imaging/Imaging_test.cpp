@@ -241,47 +241,42 @@ TEST(ImagerHIDLProxy, ADeadServiceEndsTheProcessWhereAValueIsRead) {
 }
 
 TEST(ImagerControlHIDLProxy, PassesCommandsAndTheSettleCountOn) {
-    using Bytes = std::vector<uint8_t>;
-    const Bytes untouched(8, 0xee);
-    // Reply, result and the caller's 8-byte buffer afterwards: the caller says 2 bytes, the reply
-    // is as long as the service made it.
-    // clang-format off
-    const std::vector<std::tuple<orvex::sim::FakeImagerControl::Reply, uint32_t, Bytes>> cases = {
-        {{0, {1, 2, 3, 4, 5}}, 0, {1, 2, 3, 4, 5, 0xee, 0xee, 0xee}},
-        {{0, {}}, 0, untouched},
-        {{3, {9, 9}}, 3, {9, 9, 0xee, 0xee, 0xee, 0xee, 0xee, 0xee}},
-        {{-1, {}}, 0xffffffffu, untouched}};
-    // clang-format on
     SimImager device;
     device.control->SetDefaultReply({4, {0x77}});
     Control control;
-    for (const auto& [reply, result, after] : cases) {
-        SCOPED_TRACE(int{reply.status});
+    ScopedCapture capture;
+    std::ostringstream out;
+    // The caller says 2 bytes of its 8; the reply is copied as long as the service made it.
+    for (const auto& reply : std::vector<orvex::sim::FakeImagerControl::Reply>{
+             {0, {1, 2, 3, 4, 5}}, {0, {}}, {3, {9, 9}}, {-1, {}}}) {
         device.control->SetReply({0x1b, 0x02}, reply);
-        ScopedCapture capture;
-        unsigned char command[] = {0x1b, 0x02, 0xff};
-        Bytes buffer = untouched;
-        EXPECT_EQ(result, control.sendCommand(command, 2, buffer.data(), 2, 7, 9));
-        EXPECT_EQ(after, buffer);
-        EXPECT_EQ(reply.status == 0
-                      ? ""
-                      : "E C:sendCommand] Error at HIDL Service (sp_ImagerControlHIDL "
-                        "instance is NULL, Error - Unable to send command)\n",
-                  Log(capture));
-        // Only the command's length of bytes is sent.
-        EXPECT_EQ("sendCommand([1b 02], 2, 2, 7, 9)", Take(*device.control));
+        unsigned char command[] = {0x1b, 0x02, 0xff}, buffer[8];
+        memset(buffer, 0xee, sizeof buffer);
+        out << control.sendCommand(command, 2, buffer, 2, 7, 9) << ":";
+        for (unsigned char b : buffer)
+            out << "0123456789abcdef"[b >> 4] << "0123456789abcdef"[b & 15];
+        out << " ";
     }
     // The settle count succeeds on any non-zero status.
-    std::ostringstream out;
     for (int8_t status : {1, 0, -1, 42}) {
         device.control->SetSettleCountStatus(status);
         out << control.configureSettleCount(5);
     }
-    EXPECT_EQ("1011", out.str());
     EXPECT_EQ(
-        "configureSettleCount(5) configureSettleCount(5) configureSettleCount(5) "
-        "configureSettleCount(5)",
-        Take(*device.control));
+        "0:0102030405eeeeee 0:eeeeeeeeeeeeeeee 3:0909eeeeeeeeeeee 4294967295:eeeeeeeeeeeeeeee 1011",
+        out.str());
+    // Only the command's length of bytes is sent.
+    const std::string send = "sendCommand([1b 02], 2, 2, 7, 9) ",
+                      settle = "configureSettleCount(5)";
+    EXPECT_EQ(send + send + send + send + settle + " " + settle + " " + settle + " " + settle,
+              Take(*device.control));
+    const std::string failed =
+        "E C:sendCommand] Error at HIDL Service (sp_ImagerControlHIDL instance is NULL, Error - "
+        "Unable to send command)\n";
+    EXPECT_EQ(failed + failed +
+                  "I C:configureSettleCount]\nI C:configureSettleCount]\nI "
+                  "C:configureSettleCount]\nI C:configureSettleCount]\n",
+              Log(capture));
 }
 
 // An adapter on a live simulated imager, with the association's calls cleared.
@@ -468,20 +463,18 @@ TEST(FrameCallback, MapsTheGeometrysSizeForTheCallerAndUnmapsWhenItReturns) {
     struct Case {
         uint32_t width;  // 2280 x 1080 or 1280 x 800 by 8 bits; no geometry when 0
         int answer;      // the caller's, or no caller when negative
-        int openFlags;   // to open the frame again with other access rights
-        bool descriptor;
-        std::string log;  // after the frame's descriptor line; "$" stands for the descriptor
+        int access;      // the frame's descriptor (number 200) opened read-write, read-only or none
+        std::string log;  // after the frame's descriptor line
     };
     const std::string unmappable = "E F:onFrame] mmap failed\n\n";
     // clang-format off
     const std::vector<Case> cases = {
-        {2280, 1, 0, true, "D F:onFrameAvailable] Byte Allignement Needed =$\n\n"},
-        {1280, 0, 0, true, "E F:onFrameAvailable] OnReceiveFrame failed\n"},
-        {1280, -1, 0, true, "E F:onFrameAvailable] IImageCallback is null\n"},
-        {0, 1, 0, true, unmappable},
-        // A read-only descriptor cannot be mapped for writing.
-        {1280, 1, O_RDONLY | O_CLOEXEC, true, unmappable},
-        {1280, 1, 0, false, unmappable}};
+        {2280, 1, O_RDWR, "D F:onFrameAvailable] Byte Allignement Needed =200\n\n"},
+        {1280, 0, O_RDWR, "E F:onFrameAvailable] OnReceiveFrame failed\n"},
+        {1280, -1, O_RDWR, "E F:onFrameAvailable] IImageCallback is null\n"},
+        {0, 1, O_RDWR, unmappable},
+        {1280, 1, O_RDONLY, unmappable},  // cannot be mapped for writing
+        {1280, 1, -1, unmappable}};
     // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(c.log);
@@ -489,14 +482,14 @@ TEST(FrameCallback, MapsTheGeometrysSizeForTheCallerAndUnmapsWhenItReturns) {
         int fd = memfd_create("test-frame", MFD_CLOEXEC);
         EXPECT_EQ(0, ftruncate(fd, static_cast<off_t>(bytes)));
         EXPECT_EQ(1, pwrite(fd, "\x5a", 1, 0));  // what the service wrote
-        if (c.openFlags != 0) {
-            int other = open(("/proc/self/fd/" + std::to_string(fd)).c_str(), c.openFlags);
-            close(fd);
-            fd = other;
+        if (c.access >= 0) {
+            int other = open(("/proc/self/fd/" + std::to_string(fd)).c_str(), c.access);
+            EXPECT_EQ(200, dup3(other, 200, O_CLOEXEC));
+            close(other);
         }
-        native_handle_t* native = native_handle_create(c.descriptor ? 1 : 0, 0);
-        if (c.descriptor) native->data[0] = fd;
-        if (!c.descriptor) close(fd);
+        close(fd);
+        native_handle_t* native = native_handle_create(c.access >= 0 ? 1 : 0, 0);
+        if (c.access >= 0) native->data[0] = 200;
         android::hardware::hidl_handle handle;
         handle.setTo(native, true);  // closes the descriptor with the handle
         Recorder recorder(c.answer > 0);
@@ -514,10 +507,9 @@ TEST(FrameCallback, MapsTheGeometrysSizeForTheCallerAndUnmapsWhenItReturns) {
             EXPECT_EQ(0x5a, seen[0].first);
             EXPECT_TRUE(Unmapped(seen[0].address));
         }
-        std::string log = "D F:onFrameAvailable] FD =$\n\n" + c.log;
-        for (size_t at; (at = log.find('$')) != std::string::npos;)
-            log.replace(at, 1, c.descriptor ? std::to_string(fd) : "-1");
-        EXPECT_EQ(log, Log(capture));
+        EXPECT_EQ("D F:onFrameAvailable] FD =" + std::string(c.access >= 0 ? "200" : "-1") +
+                      "\n\n" + c.log,
+                  Log(capture));
     }
 }
 

@@ -23,12 +23,10 @@ int main(int argc, char** argv) {
         dlsym(lib, "GetPlatformModule"));
     auto destroy = reinterpret_cast<void (*)(IPlatformModule*)>(dlsym(lib, "DeletePlatformModule"));
     auto* module =
-        create ? static_cast<IImagerModule*>(create(PLATFORM_MODULE_IMAGER, "ImagerHIDLProxy"))
-               : nullptr;
-    if (module == nullptr || destroy == nullptr) {
-        fprintf(stderr, "no imager module\n");
-        return 3;
-    }
+        create && destroy
+            ? static_cast<IImagerModule*>(create(PLATFORM_MODULE_IMAGER, "ImagerHIDLProxy"))
+            : nullptr;
+    if (module == nullptr) return 3;
     // The adapter's class is the library's own; callers know it by its operations only.
     auto* adapter = reinterpret_cast<IImagerAdapterProxy*>(module->getImagerAdapterHIDLProxy());
     device.adapter->calls().Clear();
