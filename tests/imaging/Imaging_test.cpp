@@ -227,17 +227,45 @@ TEST(ImagerHIDLProxy, CompanionsAreMadeOnceAndDeletedByDeInit) {
 TEST(ImagerHIDLProxy, ADeadServiceEndsTheProcessWhereAValueIsRead) {
     SimImager device;
     std::unique_ptr<IImagerModule> module = NewModule();
-    Adapter adapter;
+    Control* control = module->getImagerControlHIDLProxy();
+    Adapter* adapter = module->getImagerAdapterHIDLProxy();
+    ASSERT_TRUE(control != nullptr && adapter != nullptr);
+    Take(*device.imager);
     // A service that dies while it opens the imager: the open's answer still arrives, the next
     // request does not.
     device.imager->SetCallHook([&](const std::string& call) {
         if (call == "openImager()") device.sim().Kill();
     });
-    EXPECT_DEATH(Control control, kFatal);
+    EXPECT_DEATH(Control another, kFatal);
     EXPECT_DEATH(Adapter another, kFatal);
     device.sim().Kill();
+    EXPECT_DEATH(module->openImager(), kFatal);
+    EXPECT_DEATH(module->closeImager(), kFatal);
     EXPECT_DEATH(module->getImagerInterfaceType(), kFatal);
-    EXPECT_DEATH(adapter.IsStreaming(), kFatal);
+    EXPECT_DEATH(control->configureSettleCount(2), kFatal);
+    EXPECT_DEATH(adapter->IsStreaming(), kFatal);
+    EXPECT_DEATH(adapter->StartStreaming(), kFatal);
+    EXPECT_DEATH(adapter->StopStreaming(false, 0), kFatal);
+    EXPECT_DEATH(adapter->Disable(), kFatal);
+
+    // Answers that come through a callback never arrive: the command's status stays at its
+    // starting -1 and its reply untouched, the parameter and engine keep their defaults; deleting
+    // the companions carries on without reaching the dead imager.
+    ScopedCapture capture;
+    unsigned char command[] = {1, 2}, reply[] = {0xee, 0xee};
+    std::ostringstream out;
+    out << control->sendCommand(command, 2, reply, 2, 0, 0) << " " << int{reply[0]} << " "
+        << adapter->GetParameter("exposure") << " '" << module->getEngineID() << "'";
+    module->deInit();
+    EXPECT_EQ("4294967295 238 Unsupported Parameter ''", out.str());
+    EXPECT_EQ(
+        "E C:sendCommand] Error at HIDL Service (sp_ImagerControlHIDL instance is NULL, "
+        "Error - Unable to send command)\nI M:getEngineID] getEngineID\n"
+        "E M:getEngineID] Error at HIDL Service\nD M:getEngineID] ScannerID=\n"
+        "I C:disAssociateImagerControlHIDL] Calling close imager\n" +
+            kControlGone + kAdapterGone,
+        Log(capture));
+    EXPECT_EQ("", Take(*device.imager) + Take(*device.control) + Take(*device.adapter));
 }
 
 TEST(ImagerControlHIDLProxy, PassesCommandsAndTheSettleCountOn) {
