@@ -94,34 +94,33 @@ TEST(ConfigInfo, ResolvesEveryGroupWithItsCarryOversAndFirstDefinitionWinning) {
         {"unlisted.prop", "from-property"}, {"nothing.here", ""},
     };
     const std::string document = Document(
-        "<file><name>absolute</name><absolutepath>true</absolutepath><path>/vendor/etc/ScannerList.xml</path></file>"
-        "<file><name>inherits-true</name><path>/odm/a.xml</path></file>"
-        "<file><name>relative</name><absolutepath>false</absolutepath><path>/etc/b.xml</path></file>"
-        "<file><name>upper-case</name><absolutepath>TRUE</absolutepath><path>/etc/c.xml</path></file>"
-        "<file><name>late-flag</name><path>/etc/d.xml</path><absolutepath>true</absolutepath></file>"
+        "<file><name>absolute</name><absolutepath>true</absolutepath>"
+        "<path>/vendor/etc/ScannerList.xml</path></file><file><name>inherits-true</name>"
+        "<path>/odm/a.xml</path></file><file><name>relative</name><absolutepath>false"
+        "</absolutepath><path>/etc/b.xml</path></file><file><name>upper-case</name>"
+        "<absolutepath>TRUE</absolutepath><path>/etc/c.xml</path></file><file><name>late-flag"
+        "</name><path>/etc/d.xml</path><absolutepath>true</absolutepath></file>"
         "<file><name>dup</name><path>/file/dup</path></file><file><path>/no/name</path></file>"
         "<file><name>no-path</name></file><file><name>empty</name><path/></file>"
         "<file><name> spaced </name><path> /s </path></file>"
         "<binary><name>misplaced</name><libname>libm.so</libname></binary>"
         "<file><name>extra</name><comment>x</comment><path>/e</path><paths>/f</paths></file>",
         "<binary><name>lib-carried</name><libname>libc1.so</libname></binary>"
-        "<binary><name>lib-relative</name><absolutepath>no</absolutepath><libname>libfoo.so</libname></binary>"
-        "<binary><name>lib-absolute</name><absolutepath>true</absolutepath><libname>libfoo.so</libname></binary>"
+        "<binary><name>lib-relative</name><absolutepath>no</absolutepath><libname>libfoo.so"
+        "</libname></binary><binary><name>lib-absolute</name><absolutepath>true</absolutepath>"
+        "<libname>libfoo.so</libname></binary>"
         "<binary><name>dup</name><libname>libdup.so</libname></binary>",
-        "<property><name>ro.vendor.model</name><value>default</value></property>"
-        "<property><name>ro.empty</name><value>fallback</value></property>"
-        "<property><name>ro.absent</name><value>absent-default</value></property>"
-        "<property><name>dup</name><value>prop-dup</value></property>"
-        "<property><value>early</value><name>named-late</name></property>"
+        "<property><name>ro.vendor.model</name><value>default</value></property><property>"
+        "<name>ro.empty</name><value>fallback</value></property><property><name>ro.absent</name>"
+        "<value>absent-default</value></property><property><name>dup</name><value>prop-dup"
+        "</value></property><property><value>early</value><name>named-late</name></property>"
         "<property><name>blank-default</name><value/></property>"
         "<file><name>misplaced-file</name><path>/m</path></file>");
     // clang-format on
-    Expect("all groups",
-           {{kBuildProp,
-             "ro.product.cpu.abi=arm64-v8a\nro.vendor.model=SE4750\nro.empty=\n"
-             "unlisted.prop=from-property\n"},
-            {prefix + kDeps, document}},
-           resolved);
+    const std::string properties =
+        "ro.product.cpu.abi=arm64-v8a\nro.vendor.model=SE4750\nro.empty=\nunlisted.prop=from-"
+        "property\n";
+    Expect("all groups", {{kBuildProp, properties}, {prefix + kDeps, document}}, resolved);
 }
 
 TEST(ConfigInfo, PerUserFileAbiAndReadingOnce) {
