@@ -112,9 +112,8 @@ Result RunDevice(const std::string& changes, const std::string& args) {
                    d["libname"] + "</libname></binary>";
     }
     root.AddFile("/system/etc/scanner/ExternalDependencies.xml",
-                 "<?xml "
-                 "version=\"1.0\"?>\n<deps>\n<files><file><name>scannerlistxml</"
-                 "name><absolutepath>true</absolutepath><path>" +
+                 "<?xml version=\"1.0\"?>\n<deps>\n"
+                 "<files><file><name>scannerlistxml</name><absolutepath>true</absolutepath><path>" +
                      list + "</path></file></files>\n<binaries>" + binaries +
                      "</binaries>\n<properties/>\n</deps>\n");
     // The x86_64 ABI puts absolute library paths under /system/lib64.
@@ -186,10 +185,13 @@ std::string Unloadable(const std::string& path) {
 }
 
 TEST(DeviceInfo, AnswersAndLinesOfEachFact) {
-    const std::string camera0 =
-        "ACameraManager_create\nACameraManager_getCameraIdList\nACameraManager_"
-        "getCameraCharacteristics"
-        " 0\nACameraMetadata_getConstEntry 0x80005\nACameraMetadata_free\n";
+    const auto camera = [](const std::string& id) {
+        return "ACameraManager_getCameraCharacteristics " + id +
+               "\nACameraMetadata_getConstEntry 0x80005\nACameraMetadata_free\n";
+    };
+    const std::string created = "ACameraManager_create\nACameraManager_getCameraIdList\n";
+    const std::string decryption =
+        "D [DeviceInfo::GetDeviceDecryptionStatus] Device Decryption status ";
     std::vector<Case> cases = {
         // String facts are read once and logged once, the decryption status each time.
         {"",
@@ -199,25 +201,20 @@ TEST(DeviceInfo, AnswersAndLinesOfEachFact) {
          "setprop vold.decrypt trigger_restart_framework GetPlatformName GetDeviceDecryptionStatus",
          "[lahaina]\n[lahaina]\n[tr52_gms]\n[TR52]\n[TR52HC]\n[Tevrin]\n[13]\n[x86_64]\n[]\n[]\n[]"
          "\n[lahaina]\n[trigger_restart_framework]\n",
-         kBuilt + "D [DeviceInfo::GetPlatformName] Platform Name lahaina\n"
-                  "D [DeviceInfo::GetProductName] Product Name tr52_gms\n"
-                  "D [DeviceInfo::GetProductModel] ProductModel Name TR52\n"
-                  "D [DeviceInfo::GetProductSKU] ProductSKU Name TR52HC\n"
-                  "D [DeviceInfo::GetManufacturerName] Manufacturer Name Tevrin\n"
-                  "D [DeviceInfo::GetAndroidVersion] Android Version 13\nD [DeviceInfo::GetABI] "
-                  "ABI x86_64\n"
-                  "D [DeviceInfo::GetDeviceDecryptionStatus] Device Decryption status \n"
-                  "D [DeviceInfo::GetDeviceDecryptionStatus] Device Decryption status \n"
-                  "D [DeviceInfo::GetDeviceDecryptionStatus] Device Decryption status "
-                  "trigger_restart_framework\n"},
+         kBuilt +
+             "D [DeviceInfo::GetPlatformName] Platform Name lahaina\n"
+             "D [DeviceInfo::GetProductName] Product Name tr52_gms\n"
+             "D [DeviceInfo::GetProductModel] ProductModel Name TR52\n"
+             "D [DeviceInfo::GetProductSKU] ProductSKU Name TR52HC\n"
+             "D [DeviceInfo::GetManufacturerName] Manufacturer Name Tevrin\n"
+             "D [DeviceInfo::GetAndroidVersion] Android Version 13\n"
+             "D [DeviceInfo::GetABI] ABI x86_64\n" +
+             decryption + "\n" + decryption + "\n" + decryption + "trigger_restart_framework\n"},
         // The camera check frees the manager and each metadata but keeps the id list.
         {"cameras=0=front\n1=back\n", "IsRearCameraAvaialable camera-calls idlists",
-         "true\n" + camera0 +
-             "ACameraManager_getCameraCharacteristics 1\n"
-             "ACameraMetadata_getConstEntry "
-             "0x80005\nACameraMetadata_free\nACameraManager_delete\n1\n"},
+         "true\n" + created + camera("0") + camera("1") + "ACameraManager_delete\n1\n"},
         {"cameras=0=none\n", "IsFrontCameraAvaialable camera-calls",
-         "false\n" + camera0 + "ACameraManager_delete\n"}};
+         "false\n" + created + camera("0") + "ACameraManager_delete\n"}};
     // Cameras come from the camera service, then from properties.
     const std::string rearStoi = "E [DeviceInfo::IsRearCameraAvaialable] Exception. stoi\n";
     const std::string frontStoi = "E [DeviceInfo::IsFrontCameraAvaialable] Exception. stoi\n";
@@ -430,10 +427,8 @@ TEST(SupportedScannerInfo, AnswersQueriesOnTheListAndEndsTheProcessOnAPositionOf
                       External("Ring", "1", "2", "BT_RING"),
                   Product("lahaina", "TR52", ProductBuiltin("1", "IM5100", "Imager", "2"))),
          "GetInBuiltScannerModel IsMirroredAndFlipped GetScannerNameAt 5 GetScannerNameAt -1 "
-         "GetScannerModelNameAt 2 "
-         "IsScannerAvailable Camera+Scanner IsScannerAvailable camera+scanner IsScannerAvailable "
-         "'' "
-         "GetNumberOfSupportedScanners IsScannerListAvailable",
+         "GetScannerModelNameAt 2 IsScannerAvailable Camera+Scanner IsScannerAvailable "
+         "camera+scanner IsScannerAvailable '' GetNumberOfSupportedScanners IsScannerListAvailable",
          "[IM5100]\n2\n[]\n[]\n[BT_RING]\ntrue\nfalse\nfalse\n3\ntrue\n",
          m + "REAR_CAMERA\n" + m + "IM5100\n" + m + "REAR_CAMERA\n" + m + "IM5100\nI " + s +
              "IsMirroredAndFlipped] ScannerName=Imager has orientation = 2\nD " + s +
@@ -477,12 +472,9 @@ TEST(ImagerInfoUtils, ReleasesTheImagerClientAfterASuccessKeepsItAfterAFailureAn
             asked + c + "GetImagerModule(1, ImagerProvider)\n" + c +
                 "GetImager() = imager\nI [ImagerInfoUtils::LoadImagerModules] m_Imager not NULL\n\n"
                 "D ImagerInfoUtils::ImagerInfoUtils] Loaded Imager Modules!\n\n" +
+                c + "GetImagerId() = 31\nD ImagerInfoUtils::ImagerInfoUtils] m_ImagerID = 31\n\n" +
                 c +
-                "GetImagerId() = 31\n"
-                "D ImagerInfoUtils::ImagerInfoUtils] m_ImagerID = 31\n\n" +
-                c +
-                "GetInterfaceType() = 2\n"
-                "D ImagerInfoUtils::ImagerInfoUtils] Interface ID = 2\n\n" +
+                "GetInterfaceType() = 2\nD ImagerInfoUtils::ImagerInfoUtils] Interface ID = 2\n\n" +
                 c + "imager destroyed\n" + c + "provider destroyed\n" + c +
                 "libimagerclient.so unloaded\n"},
            {"imager=provider=0\n", args, "[]\n0\nloaded\n",
@@ -496,8 +488,7 @@ TEST(ImagerInfoUtils, ReleasesTheImagerClientAfterASuccessKeepsItAfterAFailureAn
                 failed},
            {"libimagerclient.so=", "imager GetImagerID", "",
             "E [ImagerInfoUtils::LoadImagerLibrary] Unable to load library, Error "
-            "'libimagerclient.so: cannot open shared "
-            "object file: No such file or directory'\n" +
+            "'libimagerclient.so: cannot open shared object file: No such file or directory'\n" +
                 Abort("[ImagerContext::LoadImagerLibrary] Unable to load libimagerclient.so",
                       imagerSource, 56),
             "", SIGABRT},
