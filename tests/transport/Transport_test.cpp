@@ -141,6 +141,7 @@ struct Scenario {
     const char* prefix;
     const char* script;
 };
+void PrintTo(const Scenario& scenario, std::ostream* os) { *os << scenario.name; }
 
 const Scenario kScenarios[] = {
     // Without its interfaces each operation answers a fixed code.
