@@ -200,7 +200,9 @@ TEST(ImagerHIDLProxy, PassesTheImagersAnswersThrough) {
     }
 }
 
-TEST(ImagerHIDLProxy, CompanionsAreMadeOnceAndDeletedByDeInit) {
+// The companions are made once each and deleted by deInit; after the service's death, values
+// read directly end the process.
+TEST(ImagerHIDLProxy, CompanionsAreMadeOnceAndDeletedByDeInitAndADeadServiceEndsTheProcess) {
     SimImager device;
     std::unique_ptr<IImagerModule> module = NewModule();
     Control* control = module->getImagerControlHIDLProxy();
@@ -211,26 +213,17 @@ TEST(ImagerHIDLProxy, CompanionsAreMadeOnceAndDeletedByDeInit) {
     EXPECT_EQ(2, device.imager->OpenCount());  // each companion opened the imager for itself
     module->deInit();
     EXPECT_EQ(0, device.imager->OpenCount());
-    // A new control object after deInit opens the imager again.
-    ASSERT_NE(nullptr, module->getImagerControlHIDLProxy());
-    EXPECT_EQ(1, device.imager->OpenCount());
-    module->deInit();
-    module->deInit();
-    module.reset();
+    // New companions after deInit open the imager again.
+    control = module->getImagerControlHIDLProxy();
+    adapter = module->getImagerAdapterHIDLProxy();
+    ASSERT_TRUE(control != nullptr && adapter != nullptr);
+    EXPECT_EQ(2, device.imager->OpenCount());
     EXPECT_EQ(
         "openImager() getImagerControl() openImager() getImagerAdapter() closeImager() "
-        "closeImager() openImager() getImagerControl() closeImager()",
+        "closeImager() openImager() getImagerControl() openImager() getImagerAdapter()",
         Take(*device.imager));
-    EXPECT_EQ("getImager() getImager() getImager() getImager()", Take(*device.sim().manager()));
-}
-
-TEST(ImagerHIDLProxy, ADeadServiceEndsTheProcessWhereAValueIsRead) {
-    SimImager device;
-    std::unique_ptr<IImagerModule> module = NewModule();
-    Control* control = module->getImagerControlHIDLProxy();
-    Adapter* adapter = module->getImagerAdapterHIDLProxy();
-    ASSERT_TRUE(control != nullptr && adapter != nullptr);
-    Take(*device.imager);
+    EXPECT_EQ("getImager() getImager() getImager() getImager() getImager()",
+              Take(*device.sim().manager()));
     // A service that dies while it opens the imager: the open's answer still arrives, the next
     // request does not.
     device.imager->SetCallHook([&](const std::string& call) {
@@ -256,6 +249,7 @@ TEST(ImagerHIDLProxy, ADeadServiceEndsTheProcessWhereAValueIsRead) {
     std::ostringstream out;
     out << control->sendCommand(command, 2, reply, 2, 0, 0) << " " << int{reply[0]} << " "
         << adapter->GetParameter("exposure") << " '" << module->getEngineID() << "'";
+    module->deInit();
     module->deInit();
     EXPECT_EQ("4294967295 238 Unsupported Parameter ''", out.str());
     EXPECT_EQ(
