@@ -1,5 +1,5 @@
 // orvexctl as an integrator runs it: every command on every shipped profile, usage errors, and
-// check against device roots broken in each way that stops the scanning service.
+// check against device roots broken so that the scanning service would stop.
 
 #include <gtest/gtest.h>
 
@@ -58,11 +58,10 @@ const std::string kList = "/system/etc/scanner/ScannerList.xml";
 TEST(Orvexctl, UsageErrorsExitWithTwo) {
     // clang-format off
     for (const Args& args : std::vector<Args>{
-             {}, {"nosuchcommand"}, {"--bogus", "modules"}, {"--profile", "nosuchprofile",
-              "modules"},
-             {"--profile", "default", "--root", "/", "modules"},
-             {"--root", "/nonexistent/root", "info"},
-             {"resolve"}, {"modules", "extra"}, {"scan", "--presses", "0"}, {"--profile"}}) {
+             {}, {"nosuchcommand"}, {"--bogus", "modules"}, {"resolve"}, {"modules", "extra"},
+             {"--profile", "nosuchprofile", "modules"}, {"--root", "/nonexistent/root", "info"},
+             {"--profile", "default", "--root", "/", "modules"}, {"scan", "--presses", "0"},
+             {"--profile"}}) {
         Orvexctl(args, 2);
     }
     // clang-format on
