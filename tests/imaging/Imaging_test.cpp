@@ -142,8 +142,9 @@ TEST(ImagerHIDLProxy, EachKindAssociatesOrSaysWhyNotAndThenFailsEveryOperation) 
          "openImager()"},
         {kControl, true, {true, false, true}, 0, ctlGot + unable[kControl] +
          "IImagerControlHIDL interface.\n", "openImager() getImagerControl()"},
-        {kControl, true, {}, 0, ctlGot + "I C:associateImagerControlHIDL] Acquired IImagerControlHIDL "
-         "interface.\nI C:disAssociateImagerControlHIDL] Calling close imager\n" + kControlGone,
+        {kControl, true, {}, 0, ctlGot + "I C:associateImagerControlHIDL] Acquired "
+         "IImagerControlHIDL interface.\n"
+         "I C:disAssociateImagerControlHIDL] Calling close imager\n" + kControlGone,
          "openImager() getImagerControl() closeImager()"},
         // The adapter's failure to open the imager is logged under the control's name.
         {kAdapter, true, {}, -1, adpGot + "E C:associateImagerControlHIDL] Unable to open imager\n",
@@ -154,7 +155,8 @@ TEST(ImagerHIDLProxy, EachKindAssociatesOrSaysWhyNotAndThenFailsEveryOperation) 
          "HIDL interface.\n" + kAdapterGone, "openImager() getImagerAdapter() closeImager()"}};
     for (Kind kind : {kModule, kControl, kAdapter}) {
         cases.push_back({kind, false, {}, 0, unable[kind] + "DCHWManager HIDL interface.\n", ""});
-        cases.push_back({kind, true, {false, false, false}, 0, unable[kind] + "IImager HIDL interface.\n", ""});
+        cases.push_back({kind, true, {false, false, false}, 0,
+                         unable[kind] + "IImager HIDL interface.\n", ""});
     }
     // clang-format on
     for (const Case& c : cases) {
@@ -173,26 +175,24 @@ TEST(ImagerHIDLProxy, EachKindAssociatesOrSaysWhyNotAndThenFailsEveryOperation) 
 }
 
 TEST(ImagerHIDLProxy, PassesTheImagersAnswersThrough) {
+    // The imager's answers; the module's (open, close, type and 'engine'); the engine's lines.
+    using Answers = orvex::sim::FakeImager::Answers;
+    using Case = std::tuple<Answers, std::string, std::string>;
     // clang-format off
-    const std::vector<std::pair<orvex::sim::FakeImager::Answers, std::string>> cases = {
-        {{0, 0, "31", 1}, "D M:getEngineID] ScannerID=31\n"},
-        {{-1, 7, "", 2}, "E M:getEngineID] Error at HIDL Service\nD M:getEngineID] ScannerID=\n"},
-        {{5, -1, "SE4710", -1}, "D M:getEngineID] ScannerID=SE4710\n"}};
-    // clang-format on
-    for (const auto& c : cases) {
+    for (const auto& [answers, passed, log] : std::vector<Case>{
+             {{0, 0, "31", 1}, "001'31'", "D M:getEngineID] ScannerID=31\n"},
+             {{-1, 7, "", 2}, "-172''",
+              "E M:getEngineID] Error at HIDL Service\nD M:getEngineID] ScannerID=\n"},
+             {{5, -1, "SE4710", -1}, "5-1-1'SE4710'", "D M:getEngineID] ScannerID=SE4710\n"}}) {
+        // clang-format on
         SimImager device;
-        device.imager->SetAnswers(c.first);
+        device.imager->SetAnswers(answers);
         ScopedCapture capture;
-        std::unique_ptr<IImagerModule> module = NewModule();
-        EXPECT_EQ(c.first.openImager, module->openImager());
-        EXPECT_EQ(c.first.closeImager, module->closeImager());
-        EXPECT_EQ(c.first.imagerInterfaceType, module->getImagerInterfaceType());
-        EXPECT_EQ(c.first.engineId, module->getEngineID());
-        module.reset();
+        EXPECT_EQ(passed, MakeAndDelete(kModule, false));
         EXPECT_EQ(
             "I M:associateImagerHIDL] Acquired IImager HIDL interface.\n"
             "I M:getEngineID] getEngineID\n" +
-                c.second + "I M:disAssociateImagerHIDL] disconnected Imager HIDL\n",
+                log + "I M:disAssociateImagerHIDL] disconnected Imager HIDL\n",
             Log(capture));
         EXPECT_EQ("openImager() closeImager() getImagerInterfaceType() getEngineID()",
                   Take(*device.imager));
@@ -549,7 +549,8 @@ TEST(ImagingCaller, StopStreamingStopsAfterAHaltOnlyOnLahaina) {
     const std::vector<std::vector<std::string>> cases = {
         {"default", "1", "0", "HaltAcquisition(true, 0)\nStopStreaming()\n"},
         {"default", "1", "1", "HaltAcquisition(true, 1)\nStopStreaming()\n"},
-        {"tr41", "1", "0", "HaltAcquisition(true, 0)\n"}, {"tr41", "1", "1", "HaltAcquisition(true, 1)\n"},
+        {"tr41", "1", "0", "HaltAcquisition(true, 0)\n"},
+        {"tr41", "1", "1", "HaltAcquisition(true, 1)\n"},
         {"tr41", "0", "1", "HaltAcquisition(false, 1)\nStopStreaming()\n"},
         {"default", "0", "0", "HaltAcquisition(false, 0)\n"}};
     // clang-format on
