@@ -139,6 +139,7 @@ const std::string kAll = "^(?!I \\[ComponentIndex::AddPlatformModule\\] Adding)"
 struct Case {
     std::string changes, args, out, log = "", keep = "";
     int signal = 0;
+    std::string after = "";  // a regex: only records after the first it finds count
 };
 
 void Check(const std::vector<Case>& cases) {
@@ -150,8 +151,10 @@ void Check(const std::vector<Case>& cases) {
         EXPECT_EQ(c.out, run.process.out);
         const std::regex keep(c.keep.empty() ? kAll : c.keep);
         std::string log;
+        bool started = c.after.empty();
         for (const std::string& record : run.records) {
-            if (std::regex_search(record, keep)) log += record + "\n";
+            if (started && std::regex_search(record, keep)) log += record + "\n";
+            started = started || std::regex_search(record, std::regex(c.after));
         }
         EXPECT_TRUE(c.log == log || (c.log.empty() && c.keep.empty())) << log;
     }
@@ -340,11 +343,17 @@ TEST(DeviceInfoBuilder, GathersTheFactsInOrderBuildsOneListAndEndsTheProcessOnAB
     const std::string a13 =
         "I [DeviceInfo::GetSupportedScannerInstance] android version is Android_13\n";
     const std::string gathered = "GetSupportedScannerInstance\\]", list = "list=" + kList;
-    const std::string h = "[XMLParserUtil::GetSupportedScannerListFromXML] ";
-    const std::string unable = "E " + h + "Unable to load ScannerList XML file, desc : Error=";
-    const std::string xml = "XMLParserUtil : ",
-                      noRelease = "No node in ScannerList XML with AndroidVersion = Android_13";
-    const std::string unloaded = Abort(xml + "Unable to load ScannerList XML file", kXmlSource, 30);
+    const std::string unable = "Unable to load ScannerList XML file";
+    const auto broken = [](const std::string& list, const std::string& error, int line,
+                           const std::string& detail = "") {
+        return Case{list,
+                    "scanners",
+                    "",
+                    "E [XMLParserUtil::GetSupportedScannerListFromXML] " + error + detail + "\n" +
+                        Abort("XMLParserUtil : " + error, kXmlSource, line),
+                    "XMLParserUtil|ASSERTION",
+                    SIGABRT};
+    };
     const std::vector<Case> cases = {
         {list + ";cameras=0=back\n", "scanners",
          "count 3\n0\tImager\tIM5100\n1\tCamera Scanner\tREAR_CAMERA\n2\tRing\tBT_RING\n",
@@ -380,41 +389,31 @@ TEST(DeviceInfoBuilder, GathersTheFactsInOrderBuildsOneListAndEndsTheProcessOnAB
          "count 2\n0\tImager\tIM5100\n1\tRing\tBT_RING\n"},
         {list + ";ro.board.platform=" + std::string(256, 'p'), "scanners", "", "", "", SIGABRT},
         {list + ";ro.product.model=" + std::string(256, 'p'), "scanners", "", "", "", SIGABRT},
-        {"list=" + List(External("Ring", "1", "20", "BT_RING"), "", "Android_12"), "scanners", "",
-         "E [XMLParserUtil::GetSupportedScannerListFromXML] " + noRelease + "\n" +
-             Abort(xml + noRelease, kXmlSource, 44),
-         "XMLParserUtil|ASSERTION", SIGABRT},
         // A list file that cannot be read or lacks an element ends the process.
-        {"list=<ScannerList><Android_13>", "scanners", "",
-         unable +
-             "XML_ERROR_MISMATCHED_ELEMENT ErrorID=14 (0xe) Line number=1: XMLElement "
-             "name=Android_13\n" +
-             unloaded,
-         "XMLParserUtil|ASSERTION", SIGABRT},
-        {"list=<?xml version=\"1.0\"?>\n<!-- nothing -->\n", "scanners", "",
-         "E " + h + "Failed to load config file: No root element.\n" +
-             Abort(xml + "Failed to load config file: No root element.", kXmlSource, 38),
-         "XMLParserUtil|ASSERTION", SIGABRT},
-        {"list=<ScannerList><Android_13><platform/></Android_13></ScannerList>", "scanners", "",
-         "E " + h + "No default node in ScannerList XML\n" +
-             Abort(xml + "No default node in ScannerList XML", kXmlSource, 52),
-         "XMLParserUtil|ASSERTION", SIGABRT},
-        {"list=<ScannerList><Android_13><default/></Android_13></ScannerList>", "scanners", "",
-         "E " + h + "No platform node in ScannerList XML\n" +
-             Abort(xml + "No platform node in ScannerList XML", kXmlSource, 59),
-         "XMLParserUtil|ASSERTION", SIGABRT},
+        broken("list=" + List(External("Ring", "1", "20", "BT_RING"), "", "Android_12"),
+               "No node in ScannerList XML with AndroidVersion = Android_13", 44),
+        broken("list=<ScannerList><Android_13>", unable, 30,
+               ", desc : Error=XML_ERROR_MISMATCHED_ELEMENT ErrorID=14 (0xe) Line number=1: "
+               "XMLElement name=Android_13"),
+        broken("list=<?xml version=\"1.0\"?>\n<!-- nothing -->\n",
+               "Failed to load config file: No root element.", 38),
+        broken("list=<ScannerList><Android_13><platform/></Android_13></ScannerList>",
+               "No default node in ScannerList XML", 52),
+        broken("list=<ScannerList><Android_13><default/></Android_13></ScannerList>",
+               "No platform node in ScannerList XML", 59),
         // No file at all where the device says the list is.
-        {"", "scanners", "",
-         unable +
-             "XML_ERROR_FILE_NOT_FOUND ErrorID=3 (0x3) Line number=0: "
-             "filename=$ROOT/system/etc/scanner/ScannerList.xml\n" +
-             unloaded,
-         "XMLParserUtil|ASSERTION", SIGABRT}};
+        broken("", unable, 30,
+               ", desc : Error=XML_ERROR_FILE_NOT_FOUND ErrorID=3 (0x3) Line number=0: "
+               "filename=$ROOT/system/etc/scanner/ScannerList.xml")};
     Check(cases);
 }
 
 TEST(SupportedScannerInfo, AnswersQueriesOnTheListAndEndsTheProcessOnAPositionOfAnEmptyOne) {
-    const std::string queries = "^. \\[SupportedScannerInfo::(?!SupportedScannerInfo)";
+    // The facts' own records after the list was built, but the list's own.
+    const std::string queries =
+        "^. (?!sim\\.libimagerclient: |####ASSERTION#####: "
+        "|\\[SupportedScannerInfo::SupportedScannerInfo\\])";
+    const std::string built = "\\] masterScannerMap$";
     const std::string s = "[SupportedScannerInfo::",
                       m = "D " + s + "GetScannerModelNameAt] Scanner Model ";
     const std::string empty = "E " + s + "IsScannerListAvailable] Scanner List is empty\n";
@@ -437,7 +436,7 @@ TEST(SupportedScannerInfo, AnswersQueriesOnTheListAndEndsTheProcessOnAPositionOf
              "IsScannerAvailable] Scanner camera scanner not found in Scanner List\nE " + s +
              "IsScannerAvailable] Invalid ScannerName\nD " + s +
              "GetNumberOfSupportedScanners] 3\n",
-         queries},
+         queries, 0, built},
         {"cameras=0=back\n;list=" + List(Camera("Camera Scanner", "1", "0", "REAR_CAMERA"), ""),
          "GetInBuiltScannerModel IsMirroredAndFlipped", "[]\n0\n"},
         {emptyList,
@@ -446,14 +445,15 @@ TEST(SupportedScannerInfo, AnswersQueriesOnTheListAndEndsTheProcessOnAPositionOf
          "false\n0\nfalse\n0\n",
          empty + empty + "E " + s + "GetNumberOfSupportedScanners] Scanner List is NULL\nE " + s +
              "IsScannerAvailable] Scanner Ring not found in Scanner List\n" + empty,
-         queries}};
+         queries, 0, built}};
     for (const std::string c :
          {"GetScannerNameAt 0=GetScannerNameAt] index 0 not found in Scanner List",
           "GetScannerModelNameAt 1=GetScannerModelNameAt] index 1 not found in Scanner List",
           "GetInBuiltScannerModel=GetInBuiltScannerModel] InBuilt Scanner not found in Scanner "
           "List"}) {
         cases.push_back({emptyList, c.substr(0, c.find('=')), "",
-                         empty + "E " + s + c.substr(c.find('=') + 1) + "\n", queries, SIGABRT});
+                         empty + "E " + s + c.substr(c.find('=') + 1) + "\n", queries, SIGABRT,
+                         built});
     }
     Check(cases);
 }
