@@ -135,7 +135,6 @@ const char kDead[] =
 // the op's result: "dies" when the process must end as reading a failed call's value does,
 // "dies:TEXT" with TEXT on stderr. Lists (log lines, calls, what the caller heard) are joined by
 // '|'; "$" stands for the scenario's prefix of the module's log lines.
-
 struct Scenario {
     const char* name;
     const char* prefix;
