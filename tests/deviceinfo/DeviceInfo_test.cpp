@@ -72,9 +72,10 @@ Result RunCaller(const std::string& root, const std::string& words,
 // ("ro.*"; "-NAME" removes one); the device's scanner list (list), camera list (cameras),
 // imager client and volume library files (imager, volume), log level (level), the
 // external-dependencies entry of the platform library (libname; empty leaves it out) and the
-// file the device keeps under it (libfile); or the library folder's libovc.so or
-// libimagerclient.so (empty leaves it out). Library files are relative to the build, or to this
-// folder's build without a folder.
+// file the device keeps under it (libfile); or the library folder's libovc.so,
+// libimagerclient.so or libplatform.orvex.so (empty leaves it out). With profile=NAME the device
+// is the build's staged profile instead, run with the build's platform library. Library files are
+// relative to the build, or to this folder's build without a folder.
 Result RunDevice(const std::string& changes, const std::string& args) {
     std::map<std::string, std::string> d;
     std::istringstream in(
@@ -103,6 +104,14 @@ Result RunDevice(const std::string& changes, const std::string& args) {
         if (entry.first.rfind(".so") == entry.first.size() - 3 && !entry.second.empty()) {
             EXPECT_EQ(0, symlink(file(entry.first).c_str(), link.c_str()));
         }
+    }
+    if (!d["profile"].empty()) {
+        // A copy, so that nothing the run creates lands in the build's profile.
+        EXPECT_EQ(
+            0, RunProcess("/bin/cp", "cp",
+                          {"-a", kBuild + "/sim/profiles/" + d["profile"] + "/.", root.path()}, {})
+                   .exitCode);
+        return RunCaller(root.path(), args, PlatformLibraryPath(), libraries.path());
     }
     root.AddFile("/system/build.prop", buildProp);
     // Scanner list and platform library only, so properties come from build.prop.
@@ -518,12 +527,6 @@ TEST(PlatformHWInfoRetriever, CallerObtainsItByTagAndByNameAndSeesItsLifeAtDebug
 }
 
 TEST(DeviceProfiles, EachProfileDescribesAWorkingDevice) {
-    // The substitutes are found beside the platform library when the loader's own search path
-    // holds the host layer only; a sanitizer runtime opens libraries on the platform library's
-    // behalf, so its own run path is not searched then.
-    TempDir hostOnly;
-    ASSERT_EQ(0, symlink((kBuild + "/lib/liborvex_host.so").c_str(),
-                         (hostOnly.path() + "/liborvex_host.so").c_str()));
     const std::string facing = "E [DeviceInfo::IsFrontCameraAvaialableCheckUsingNDK] cam facing ";
     const std::string ops =
         "GetPlatformName GetProductModel GetProductSKU GetAndroidVersion GetABI "
@@ -532,48 +535,37 @@ TEST(DeviceProfiles, EachProfileDescribesAWorkingDevice) {
         "GetInBuiltScannerModel IsMirroredAndFlipped";
     // Every record at error level or above; the front camera is checked once by the query and
     // once more for the scanner list.
-    std::vector<std::vector<std::string>> profiles = {
-        {"default", ops,
+    std::vector<Case> cases = {
+        {"profile=default", ops,
          "[lahaina]\n[TR52]\n[TR52HC]\n[13]\n[arm64-v8a]\ntrue\nfalse\n31\n1\n5\n0\n1\ncount 4\n"
          "0\t2D Barcode Imager\tIM5100\n1\tCamera Scanner\tREAR_CAMERA\n2\tBluetooth Ring "
          "Scanner\tBT_RING\n3\tSerial Scanner\tSERIAL_SSI\n[IM5100]\n1\n",
          facing + "1\n" + facing +
              "1\nE [XMLParserUtil::GetDefaultExternalScanners] External "
-             "scanner(Serial Scanner) is not supported\n"},
-        {"tr41", ops,
+             "scanner(Serial Scanner) is not supported\n",
+         "^[EF]"},
+        {"profile=tr41", ops,
          "[holi]\n[TR41]\n[TR41FR]\n[14]\n[x86_64]\ntrue\ntrue\n44\n2\n3\n1\n1\ncount 4\n0\t2D "
          "Extended Range Imager\tIM7300\n1\tCamera Scanner\tREAR_CAMERA\n2\tFront Camera "
          "Scanner\tFRONT_CAMERA\n3\tBluetooth Ring Scanner\tBT_RING\n[IM7300]\n2\n",
-         facing + "1\n" + facing + "0\n" + facing + "1\n" + facing + "0\n"},
-        {"camera-only", ops,
+         facing + "1\n" + facing + "0\n" + facing + "1\n" + facing + "0\n", "^[EF]"},
+        {"profile=camera-only", ops,
          "[bengal]\n[TR21]\n[TR21CE]\n[11]\n[armeabi-v7a]\ntrue\nfalse\n0\n0\n6\n0\n1\ncount 3\n0\t"
          "Camera Scanner\tREAR_CAMERA\n1\tBluetooth Ring Scanner\tBT_RING\n2\tUSB "
          "Scanner\tUSB_HID\n[BT_RING]\n0\n",
          "E [ImagerInfoUtils::LoadImagerModules] m_Imager is NULL\n\nE "
          "ImagerInfoUtils::ImagerInfoUtils] Load Imager Modules Unsuccessful!\n\nE "
          "[XMLParserUtil::UpDateScannerListWithPlatformSupportedScanners] builtin scanner name "
-         "does not exist under Product tag\n"}};
+         "does not exist under Product tag\n",
+         "^[EF]"}};
 #if !defined(ORVEX_SANITIZED)
-    profiles.push_back(
-        {"default", "GetScannerBeepVolume GetScanner", "5\n31\n", "", hostOnly.path()});
+    // The substitutes are found beside the platform library when the loader's own search path
+    // holds the host layer only; a sanitizer runtime opens libraries on the platform library's
+    // behalf, so its own run path is not searched then.
+    cases.push_back({"profile=default;libplatform.orvex.so=;libovc.so=;libimagerclient.so=",
+                     "GetScannerBeepVolume GetScanner", "5\n31\n"});
 #endif
-    for (const auto& p : profiles) {
-        SCOPED_TRACE(p[0] + " " + p[1]);
-        // A copy, so that nothing the run creates lands in the build's profile.
-        TempDir root;
-        ASSERT_EQ(0, RunProcess("/bin/cp", "cp",
-                                {"-a", kBuild + "/sim/profiles/" + p[0] + "/.", root.path()}, {})
-                         .exitCode);
-        Result run = RunCaller(root.path(), p[1], PlatformLibraryPath(),
-                               p.size() > 4 ? p[4] : kBuild + "/lib");
-        EXPECT_EQ(0, run.process.exitCode) << run.process.err;
-        EXPECT_EQ(p[2], run.process.out);
-        std::string errors;
-        for (const std::string& record : run.records) {
-            if (record[0] == 'E' || record[0] == 'F') errors += record + "\n";
-        }
-        EXPECT_EQ(p.size() > 4 ? errors : p[3], errors);
-    }
+    Check(cases);
 }
 
 }  // namespace
