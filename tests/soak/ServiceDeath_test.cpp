@@ -60,9 +60,12 @@ using android::sp;
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 using android::hardware::Return;
+using android::hardware::light::V2_0::ILight;
 using orvex::hostlog::Entry;
 using namespace orvex::sim;  // the fakes
 namespace dch = vendor::tevrin::hardware::dchwmanager::V1_0;
+namespace hidl = orvex::hidl;
+using IBeep = FakeHardwareBeep::IHardwareBeepConfigs;
 constexpr auto kV = ANDROID_VERSION_10;
 
 // The longest a row waits for something another thread does before it fails.
@@ -175,15 +178,13 @@ struct Stoppable : B {
     }
 };
 
+// A step's result as text.
+std::string S(bool v) { return v ? "1" : "0"; }
+std::string S(const std::string& v) { return v; }
+std::string S(const char* v) { return v; }
 template <typename T>
 std::string S(T v) {
-    if constexpr (std::is_same_v<T, bool>) {
-        return v ? "1" : "0";
-    } else if constexpr (std::is_integral_v<T>) {
-        return std::to_string(v);
-    } else {
-        return std::string(v);
-    }
+    return std::to_string(v);
 }
 template <typename C>
 std::string Join(const C& items) {
@@ -320,22 +321,17 @@ void AfterDeath() {
 std::string Facts() {
     DeviceInfo* info = odk::DeviceInfoBuilder::GetDeviceInfoInstance();
     SupportedScannerInfo* scanners = odk::DeviceInfoBuilder::GetSupportedScannerInfoInstance();
-    std::vector<std::string> out = {info->GetPlatformName(),
-                                    info->GetProductName(),
-                                    info->GetProductModel(),
-                                    info->GetProductSKU(),
-                                    info->GetManufacturerName(),
-                                    info->GetAndroidVersion(),
-                                    info->GetABI(),
-                                    info->GetDeviceDecryptionStatus(),
-                                    S(info->GetScannerBeepVolume()),
-                                    S(info->GetScannerAudioAPI()),
-                                    S(info->GetScanner()),
-                                    S(info->GetImagerInterfaceType())};
+    std::ostringstream out;
+    out << info->GetPlatformName() << "|" << info->GetProductName() << "|"
+        << info->GetProductModel() << "|" << info->GetProductSKU() << "|"
+        << info->GetManufacturerName() << "|" << info->GetAndroidVersion() << "|" << info->GetABI()
+        << "|" << info->GetDeviceDecryptionStatus() << "|" << info->GetScannerBeepVolume() << "|"
+        << info->GetScannerAudioAPI() << "|" << info->GetScanner() << "|"
+        << info->GetImagerInterfaceType();
     for (int i = 0; i < scanners->GetNumberOfSupportedScanners(); ++i) {
-        out.push_back(scanners->GetScannerNameAt(i));
+        out << "|" << scanners->GetScannerNameAt(i);
     }
-    return Join(out);
+    return out.str();
 }
 
 // Steps every row may use: the services' lives ("hw+" starts the hardware manager, or brings
@@ -348,17 +344,12 @@ std::string World::Do(const std::string& op) {
     if (op == "hw+") return sim.Start(), "";
     if (op == "hw!") return sim.Kill(), "";
     if (op == "hw-") return sim.Remove(), "";
-    if (op == "mortal")
-        return orvex::hidl::RegisterService<dch::IDCHWManager>(new MortalManager), "";
-    if (op == "beep+")
-        return orvex::hidl::RegisterService<FakeHardwareBeep::IHardwareBeepConfigs>(Keep(beeps)),
-               "";
+    if (op == "mortal") return hidl::RegisterService<dch::IDCHWManager>(new MortalManager), "";
+    if (op == "beep+") return hidl::RegisterService<IBeep>(Keep(beeps)), "";
     if (op == "beep!") return FakeHardwareBeep::Kill(), "";
     if (op == "beep-") return FakeHardwareBeep::Remove(), "";
     if (op == "light+") return lights.push_back(FakeHidlLight::Register()), "";
-    if (op == "light!")
-        return S(orvex::hidl::KillService(android::hardware::light::V2_0::ILight::descriptor,
-                                          "default"));
+    if (op == "light!") return hidl::KillService(ILight::descriptor, "default"), "";
     if (op == "aidl+") {
         aidl = new Stoppable<FakeAidlLights>(FakeAidlLights::DefaultLights());
         orvex::binder::Declare(FakeAidlLights::InstanceName());
@@ -541,7 +532,11 @@ void World::New() {
 [[noreturn]] void RunRow(const std::string& row) {
     feedback_test::ChildChecks checks;
     alarm(kAlarmSeconds);
-    const std::string name = row.substr(0, row.find(": ")), steps = row.substr(name.size() + 2);
+    const std::string name = row.substr(0, row.find(": ")), module = name.substr(0, name.find('_'));
+    std::string steps = row.substr(name.size() + 2);
+    for (size_t at; (at = steps.find_first_of("$%")) != std::string::npos;) {
+        steps.replace(at, 1, "[" + module + (steps[at] == '$' ? "<T>::" : "::"));
+    }
     {
         World world(name);
         gWorld = &world;
@@ -563,13 +558,14 @@ void World::New() {
 }
 
 // The rows, per module: "Module_Point_Outcome: steps". Lines are written as the "logged"
-// step gives them: priority letter (D, I, E), then the text, joined by "|".
+// step gives them: priority letter (D, I, E), then the text, joined by "|"; in a row's steps,
+// "$" stands for "[Module<T>::" and "%" for "[Module::", the row's module's own prefixes.
 const char* const kRows[] = {
     "HWBeep_InitializeAfterTheServiceCameBack_Reconnects: beep+; beep!; beep+; new; Initialize=1; "
     "@beep=isHWBeepSupported()",
     "HWBeep_InitializeAfterTheServiceDiedForGood_False: beep+; beep-; new; log; Initialize=0; "
-    "logged=E[HWBeep::HWBeep()] Unable to get IHardwareBeepConfigs interface.|"
-    "E[HWBeep::InitializeFeedback] initialization failed",
+    "logged=E%HWBeep()] Unable to get IHardwareBeepConfigs interface.|E%InitializeFeedback] "
+    "initialization failed",
     "HWBeep_IsSupportedAfterTheHeldServiceCameBack_Reconnects: beep+; new; Initialize=1; beep!; "
     "beep+; IsSupported=1; @beep=isHWBeepSupported()",
     "HWBeep_IsSupportedAfterTheHeldServiceDiedForGood_False: beep+; new; Initialize=1; beep-; "
@@ -593,9 +589,8 @@ const char* const kRows[] = {
     "HWBeep_PrepareWithoutAnAudioService_FixedResult: beep+; new; ovc; Initialize=1; Prepare=1; "
     "@beep=isHWBeepSupported()|setBeepConfig(12, 30, 10, 15000, 15000)",
     "LEDNotification_InitializeWithoutAnyLightsService_False: new; log; Initialize=0; "
-    "logged=E[LEDNotification::LEDNotification()] Unable to get ILight interface.|"
-    "E[LEDNotification::LEDNotification()] Unable to get ILight interface.|"
-    "E[LEDNotification::InitializeFeedback] initialization failed",
+    "logged=E%LEDNotification()] Unable to get ILight interface.|E%LEDNotification()] Unable to "
+    "get ILight interface.|E%InitializeFeedback] initialization failed",
     // The light object is kept without a liveness check: every state goes to the dead one.
     "LEDNotification_ScanAfterTheHidlLightDied_FixedResult: light+; new; Initialize=1; decoding; "
     "light!; light+; Prepare=1; Trigger=1; Reset=1; @light=",
@@ -610,13 +605,13 @@ const char* const kRows[] = {
     "Prepare=1; aidl#=1; aidl!; Trigger=1; Reset=1; aidl#=1",
     // The timer resets the LED on the callback thread, against the dead service.
     "LEDNotification_TimerFiresAfterTheHidlLightDied_FixedResult: timer+; light+; log; new; "
-    "Initialize=1; decoding; timer20; Prepare=1; light!; Trigger=1; "
-    "wait:D[LEDNotification<T>::ResetFeedback()] setting LED to OFF=1; timer-",
+    "Initialize=1; decoding; timer20; Prepare=1; light!; Trigger=1; wait:D$ResetFeedback()] "
+    "setting LED to OFF=1; timer-",
     "IExternalHapticFeedack_InitializeAfterTheManagerCameBack_Reconnects: hw+; hw+; new; "
     "Initialize=1; Prepare=1",
     "IExternalHapticFeedack_InitializeAfterTheManagerDiedForGood_False: hw+; hw-; new; log; "
     "Initialize=0; logged=E[IDCHWManager] Unable to get IDCHWManager interface.|"
-    "E[IExternalHapticFeedack<T>::InitializeFeedback] intialisation failed",
+    "E$InitializeFeedback] intialisation failed",
     "IExternalHapticFeedack_ManagerDiesHandingOutThePluggableInterface_ProcessEnds: "
     "die:getPlugableDeviceNotifier; mortal; new; Initialize",
     "IExternalHapticFeedack_PrepareAfterDeath_ProcessEnds: hw+; new; Initialize; hw+; Prepare",
@@ -682,40 +677,36 @@ const char* const kRows[] = {
     "openPort(/dev/ttyHS1, 9600, false); @serial0=",
     "SerialPort_AcquireAfterTheManagerDiedForGood_False: hw+; hw-; new; log; Initialize=1; "
     "Acquire=0; Start=9; Stop=0; IoCtl=1; Write=8; AcquireFW=0; FWOpen=9; FWClose=4; FWIoCtl=4; "
-    "FWWrite=8; FWRead=Error - Unable to Read Data; logged=E[SerialPort<T>::associateSerial] "
-    "Unable to get IDCHWManager interface.|E[SerialPort<T>::AcquireSerialInterface] is not "
-    "available|E[SerialPort<T>::StartTransport] StartTransport failed|"
-    "E[SerialPort<T>::StopTransport] already stoped|EPlatform HAL [SerialPort<T>::IoControl] "
-    "failed\n|E[SerialPort<T>::associateSerial] Unable to get IDCHWManager interface.|"
-    "E[SerialPort<T>::associateSerialFWUpdate] unable to get Serial Interface|"
-    "E[SerialPort<T>::AcquireFWSerialInterface] failed|E[SerialPort<T>::FWOpenSerialPort] "
-    "FWOpenSerialPort failed|E[SerialPort<T>::FWCloseSerialPort] FWCloseSerialPort failed|"
-    "E[SerialPort<T>::FWIoCtl] FWIoCtl failed|E[SerialPort<T>::FWWritePort] err:8 |"
-    "E[SerialPort<T>::FWReadPort] sp_SerialHal NULL)",
+    "FWWrite=8; FWRead=Error - Unable to Read Data; logged=E$associateSerial] Unable to get "
+    "IDCHWManager interface.|E$AcquireSerialInterface] is not available|E$StartTransport] "
+    "StartTransport failed|E$StopTransport] already stoped|EPlatform HAL $IoControl] failed\n|"
+    "E$associateSerial] Unable to get IDCHWManager interface.|E$associateSerialFWUpdate] unable "
+    "to get Serial Interface|E$AcquireFWSerialInterface] failed|E$FWOpenSerialPort] "
+    "FWOpenSerialPort failed|E$FWCloseSerialPort] FWCloseSerialPort failed|E$FWIoCtl] FWIoCtl "
+    "failed|E$FWWritePort] err:8 |E$FWReadPort] sp_SerialHal NULL)",
     // Without a release: the held manager fails its ping, so this is a fresh connection.
     "SerialPort_AcquireAgainAfterTheHeldManagerCameBack_Reconnects: hw+; new; Initialize=1; "
-    "Acquire=1; Start=0; hw+; log; Acquire=1; logged=D[SerialPort<T>::associateSerial] Acquired "
-    "ISerial interface.|D[SerialCallback::SerialCallback()] ctor|"
-    "D[SerialCallback::~SerialCallback()] dtor|D[SerialPort<T>::AcquireSerialInterface] success; "
-    "Start=0; rx=1; rx0=0; got=18|171; Stop=0; @serial=registerCallback(cb)|registerCallback(cb)|"
-    "openPort(/dev/ttyHS1, 9600, false)|closePort(); @serial0=registerCallback(cb)|"
-    "registerCallback(cb)|openPort(/dev/ttyHS1, 9600, false)",
+    "Acquire=1; Start=0; hw+; log; Acquire=1; logged=D$associateSerial] Acquired ISerial "
+    "interface.|D[SerialCallback::SerialCallback()] ctor|D[SerialCallback::~SerialCallback()] "
+    "dtor|D$AcquireSerialInterface] success; Start=0; rx=1; rx0=0; got=18|171; Stop=0; "
+    "@serial=registerCallback(cb)|registerCallback(cb)|openPort(/dev/ttyHS1, 9600, false)|"
+    "closePort(); @serial0=registerCallback(cb)|registerCallback(cb)|openPort(/dev/ttyHS1, 9600, "
+    "false)",
     // The failed lookup dropped the manager but the instance still counts as holding the port,
     // even once a service is back, until it is released.
     "SerialPort_AcquireAgainAfterTheHeldManagerDiedForGood_False: hw+; new; Initialize=1; "
-    "Acquire=1; hw-; log; Acquire=0; hw+; Acquire=0; logged=E[SerialPort<T>::associateSerial] "
-    "Unable to get IDCHWManager interface.|E[SerialPort<T>::AcquireSerialInterface] is not "
-    "available|E[SerialPort<T>::associateSerial] failed|E[SerialPort<T>::AcquireSerialInterface] "
-    "is not available; Release=1; Initialize=1; Acquire=1; @hw=getSerialInterface()",
+    "Acquire=1; hw-; log; Acquire=0; hw+; Acquire=0; logged=E$associateSerial] Unable to get "
+    "IDCHWManager interface.|E$AcquireSerialInterface] is not available|E$associateSerial] failed|"
+    "E$AcquireSerialInterface] is not available; Release=1; Initialize=1; Acquire=1; "
+    "@hw=getSerialInterface()",
     // The two exclude each other only while the manager that serves the firmware port lives;
     // the firmware port is still counted as held, and still the dead one.
     "SerialPort_AcquireTransportAfterTheFirmwareManagerCameBack_Reconnects: hw+; new; "
     "AcquireFW=1; hw+; log; Initialize=1; Acquire=1; Start=0; AcquireFW=0; FWRead=Error - Unable "
-    "to Read Data; logged=D[SerialPort<T>::associateSerial] Acquired ISerial interface.|"
-    "D[SerialCallback::SerialCallback()] ctor|D[SerialPort<T>::AcquireSerialInterface] success|"
-    "D[SerialPort<T>::StartTransport] StartTransport return 0|"
-    "E[SerialPort<T>::associateSerialFWUpdate] failed|E[SerialPort<T>::AcquireFWSerialInterface] "
-    "failed|E[SerialPort<T>::FWReadPort] Error at HIDL Service (sp_SerialHal instance is NULL); "
+    "to Read Data; logged=D$associateSerial] Acquired ISerial interface.|"
+    "D[SerialCallback::SerialCallback()] ctor|D$AcquireSerialInterface] success|D$StartTransport] "
+    "StartTransport return 0|E$associateSerialFWUpdate] failed|E$AcquireFWSerialInterface] failed|"
+    "E$FWReadPort] Error at HIDL Service (sp_SerialHal instance is NULL); "
     "@serial=registerCallback(cb)|registerCallback(cb)|openPort(/dev/ttyHS1, 9600, false); "
     "@serial0=getSerialFWInterface()",
     // Nothing reconnects outside an acquisition: the write goes to the dead port.
@@ -725,11 +716,10 @@ const char* const kRows[] = {
     // The transport was never started: the stop answers by itself.
     "SerialPort_FWReadAfterTheHeldManagerDiedForGood_FixedResult: hw+; new; AcquireFW=1; hw-; "
     "log; FWRead=Error - Unable to Read Data; Stop=0; Release=1; AcquireFW=0; "
-    "logged=E[SerialPort<T>::FWReadPort] Error at HIDL Service (sp_SerialHal instance is NULL)|"
-    "E[SerialPort<T>::StopTransport] already stoped|D[SerialPort<T>::disassociate]|"
-    "E[SerialPort<T>::associateSerial] Unable to get IDCHWManager interface.|"
-    "E[SerialPort<T>::associateSerialFWUpdate] unable to get Serial Interface|"
-    "E[SerialPort<T>::AcquireFWSerialInterface] failed; @fw=",
+    "logged=E$FWReadPort] Error at HIDL Service (sp_SerialHal instance is NULL)|E$StopTransport] "
+    "already stoped|D$disassociate]|E$associateSerial] Unable to get IDCHWManager interface.|"
+    "E$associateSerialFWUpdate] unable to get Serial Interface|E$AcquireFWSerialInterface] "
+    "failed; @fw=",
     "SerialPort_ManagerDiesHandingOutTheSerialPort_ProcessEnds: die:getSerialInterface; mortal; "
     "new; Initialize; Acquire",
     "SerialPort_DiesInRegisterCallback_ProcessEnds: die:registerCallback; hw+; new; Initialize; "
@@ -739,9 +729,8 @@ const char* const kRows[] = {
     "AcquireFW",
     // Once the service is back, a released instance reads from the new one.
     "SerialPort_DiesInFWReadBeforeReplying_FixedResult: die:fwRead; hw+; new; AcquireFW=1; log; "
-    "FWRead=Error - Unable to Read Data; logged=E[SerialPort<T>::FWReadPort] Error at HIDL "
-    "Service (sp_SerialHal instance is NULL); hw+; Release=1; AcquireFW=1; FWRead=0x120xAB0x00; "
-    "@fw=fwRead()",
+    "FWRead=Error - Unable to Read Data; logged=E$FWReadPort] Error at HIDL Service (sp_SerialHal "
+    "instance is NULL); hw+; Release=1; AcquireFW=1; FWRead=0x120xAB0x00; @fw=fwRead()",
     // A reply that arrived counts, although the service died right after sending it.
     "SerialPort_DiesInFWReadAfterReplying_FixedResult: die:after fwRead; hw+; new; AcquireFW=1; "
     "FWRead=0x120xAB0x00",
@@ -749,12 +738,10 @@ const char* const kRows[] = {
     "InitSSI=1; plugin=1; changes=1 /dev/ttyUSB0 2; Port=/dev/ttyUSB0; "
     "@plug=registerNotifierCallback(cb, 2)|getPortName()",
     "PlugableDeviceNotifier_AcquireAfterTheManagerDiedForGood_False: hw+; hw-; new; log; "
-    "Acquire=0; InitSSI=0; Port=WrongPort; "
-    "logged=E[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Unable to get "
-    "IDCHWManager interface.|E[PlugableDeviceNotifier<T>::AcquirePlugableDeviceNotifierInterface] "
-    "is not available|D[PlugableDeviceNotifier<T>::InitializeSSI] scanner:2 ++|"
-    "E[PlugableDeviceNotifier<T>::InitializeSSI] failed|E[PlugableDeviceNotifier<T>::GetPortName] "
-    "sp_PlugableHal is null|E[PlugableDeviceNotifier<T>::GetPortName] port name WrongPort",
+    "Acquire=0; InitSSI=0; Port=WrongPort; logged=E$associatePlugableDeviceNotifier] Unable to "
+    "get IDCHWManager interface.|E$AcquirePlugableDeviceNotifierInterface] is not available|"
+    "D$InitializeSSI] scanner:2 ++|E$InitializeSSI] failed|E$GetPortName] sp_PlugableHal is null|"
+    "E$GetPortName] port name WrongPort",
     "PlugableDeviceNotifier_AcquireAgainAfterTheHeldManagerCameBack_Reconnects: hw+; new; "
     "Acquire=1; InitSSI=1; hw+; plugin0=0; Acquire=1; InitSSI=1; plugout=1; changes=0 "
     "/dev/ttyUSB1 -1; @plug0=registerNotifierCallback(cb, 2); @plug=registerNotifierCallback(cb, "
@@ -762,13 +749,10 @@ const char* const kRows[] = {
     // The failed reconnection keeps the dead notifier: the name is still asked of it.
     "PlugableDeviceNotifier_GetPortNameAfterTheHeldManagerDiedForGood_FixedResult: hw+; new; "
     "Acquire=1; InitSSI=1; hw-; log; Port=WrongPort; Acquire=0; Port=WrongPort; "
-    "logged=E[PlugableDeviceNotifier<T>::GetPortName] Error in port Name|"
-    "E[PlugableDeviceNotifier<T>::GetPortName] port name WrongPort|"
-    "E[PlugableDeviceNotifier<T>::associatePlugableDeviceNotifier] Unable to get IDCHWManager "
-    "interface.|E[PlugableDeviceNotifier<T>::AcquirePlugableDeviceNotifierInterface] is not "
-    "available|E[PlugableDeviceNotifier<T>::GetPortName] Error in port Name|"
-    "E[PlugableDeviceNotifier<T>::GetPortName] port name WrongPort; "
-    "@plug=registerNotifierCallback(cb, 2)",
+    "logged=E$GetPortName] Error in port Name|E$GetPortName] port name WrongPort|"
+    "E$associatePlugableDeviceNotifier] Unable to get IDCHWManager interface.|"
+    "E$AcquirePlugableDeviceNotifierInterface] is not available|E$GetPortName] Error in port Name|"
+    "E$GetPortName] port name WrongPort; @plug=registerNotifierCallback(cb, 2)",
     "PlugableDeviceNotifier_InitializeSSIAfterTheHeldManagerDiedForGood_ProcessEnds: hw+; new; "
     "Acquire; hw-; InitSSI",
     "PlugableDeviceNotifier_ManagerDiesHandingOutTheNotifier_ProcessEnds: "
@@ -776,24 +760,23 @@ const char* const kRows[] = {
     "PlugableDeviceNotifier_DiesInRegisterNotifierCallback_ProcessEnds: "
     "die:registerNotifierCallback; hw+; new; Acquire; InitSSI",
     "PlugableDeviceNotifier_DiesInGetPortNameBeforeReplying_FixedResult: die:getPortName; hw+; "
-    "new; Acquire=1; InitSSI=1; log; Port=WrongPort; "
-    "logged=E[PlugableDeviceNotifier<T>::GetPortName] Error in port Name|"
-    "E[PlugableDeviceNotifier<T>::GetPortName] port name WrongPort",
+    "new; Acquire=1; InitSSI=1; log; Port=WrongPort; logged=E$GetPortName] Error in port Name|"
+    "E$GetPortName] port name WrongPort",
     "BatterySwapModule_InitAfterTheManagerCameBack_Reconnects: hw+; hw+; new; Init=1; Enter=1; "
     "in=1; Exit=1; @swap=enterBatterySwap()|exitBatterySwap()",
     "BatterySwapModule_InitAfterTheManagerDiedForGood_False: hw+; hw-; new; log; Init=0; Enter=0; "
-    "Exit=0; logged=E[BatterySwapModule::associateBatterySwapHIDL] Unable to get DCHWManager HIDL "
-    "interface.|E[BatterySwapModule<T>::EnterBatterySwap] sp_BatterySwapHandler is null|"
-    "E[BatterySwapModule<T>::ExitBatterySwap] sp_BatterySwapHandler is null",
+    "Exit=0; logged=E%associateBatterySwapHIDL] Unable to get DCHWManager HIDL interface.|"
+    "E$EnterBatterySwap] sp_BatterySwapHandler is null|E$ExitBatterySwap] sp_BatterySwapHandler "
+    "is null",
     "BatterySwapModule_InitAgainAfterTheHeldManagerCameBack_Reconnects: hw+; new; Init=1; hw+; "
-    "log; Init=1; Exit=1; logged=I[BatterySwapModule::associateBatterySwapHIDL] Acquired "
-    "IBatterySwapHandlerHIDL interface.; @swap=exitBatterySwap(); @swap0=",
+    "log; Init=1; Exit=1; logged=I%associateBatterySwapHIDL] Acquired IBatterySwapHandlerHIDL "
+    "interface.; @swap=exitBatterySwap(); @swap0=",
     // Only Init reconnects: the swap goes to the dead handler.
     "BatterySwapModule_EnterAfterTheHeldManagerCameBack_ProcessEnds: hw+; new; Init; hw+; Enter",
     // The flag stays set without a manager: Init no longer looks, even for a service that is back.
     "BatterySwapModule_InitAgainAfterTheHeldManagerDiedForGood_False: hw+; new; Init=1; hw-; log; "
-    "Init=0; hw+; Init=0; logged=E[BatterySwapModule::associateBatterySwapHIDL] Unable to get "
-    "DCHWManager HIDL interface.; @hw=",
+    "Init=0; hw+; Init=0; logged=E%associateBatterySwapHIDL] Unable to get DCHWManager HIDL "
+    "interface.; @hw=",
     "BatterySwapModule_ExitAfterTheHeldManagerDiedForGood_ProcessEnds: hw+; new; Init; hw-; Init; "
     "Exit",
     "BatterySwapModule_ManagerDiesHandingOutTheHandler_ProcessEnds: die:getBatterySwapHandler; "
@@ -803,23 +786,20 @@ const char* const kRows[] = {
     "CameraModule_InitAfterTheManagerCameBack_Reconnects: hw+; hw+; new; Init=1; Tag=-2147483646; "
     "@tags=getVendorTagId(com.tevrin.imager.gain)",
     "CameraModule_InitAfterTheManagerDiedForGood_False: hw+; hw-; new; log; Init=0; Tag=-1; "
-    "logged=ICameraModule::Init|E[CameraModule::associateCameraVendorTagHIDL] Unable to get "
-    "DCHWManager HIDL interface.|E[CameraModule<T>::GetCameraVendorTagID] sp_CameraTagProvider is "
-    "null",
+    "logged=ICameraModule::Init|E%associateCameraVendorTagHIDL] Unable to get DCHWManager HIDL "
+    "interface.|E$GetCameraVendorTagID] sp_CameraTagProvider is null",
     "CameraModule_InitAgainAfterTheHeldManagerCameBack_Reconnects: hw+; new; Init=1; hw+; log; "
-    "Init=1; Tag=-2147483646; logged=ICameraModule::Init|"
-    "I[CameraModule::associateCameraVendorTagHIDL] Acquired ICameraVendorTagProvider interface.; "
-    "@tags=getVendorTagId(com.tevrin.imager.gain); @tags0=",
+    "Init=1; Tag=-2147483646; logged=ICameraModule::Init|I%associateCameraVendorTagHIDL] Acquired "
+    "ICameraVendorTagProvider interface.; @tags=getVendorTagId(com.tevrin.imager.gain); @tags0=",
     // Only Init reconnects: the lookup goes to the dead provider.
     "CameraModule_LookupAfterTheHeldManagerCameBack_ProcessEnds: hw+; new; Init; hw+; Tag",
     // DeInit lets go of the dead provider: lookups answer by themselves instead of ending the
     // process, and the next Init looks for the service again.
     "CameraModule_DeInitAfterTheHeldManagerDiedForGood_FixedResult: hw+; new; Init=1; hw-; log; "
-    "Init=0; DeInit=1; Tag=-1; Init=0; logged=ICameraModule::Init|"
-    "E[CameraModule::associateCameraVendorTagHIDL] Unable to get DCHWManager HIDL interface.|"
-    "ICameraModule::DeInit|E[CameraModule<T>::GetCameraVendorTagID] sp_CameraTagProvider is null|"
-    "ICameraModule::Init|E[CameraModule::associateCameraVendorTagHIDL] Unable to get DCHWManager "
-    "HIDL interface.; hw+; Init=1",
+    "Init=0; DeInit=1; Tag=-1; Init=0; logged=ICameraModule::Init|E%associateCameraVendorTagHIDL] "
+    "Unable to get DCHWManager HIDL interface.|ICameraModule::DeInit|E$GetCameraVendorTagID] "
+    "sp_CameraTagProvider is null|ICameraModule::Init|E%associateCameraVendorTagHIDL] Unable to "
+    "get DCHWManager HIDL interface.; hw+; Init=1",
     "CameraModule_ManagerDiesHandingOutTheProvider_ProcessEnds: die:getCameraVendorTagProvider; "
     "mortal; new; Init",
     "CameraModule_DiesInGetVendorTagId_ProcessEnds: die:getVendorTagId; hw+; new; Init; Tag",
@@ -832,72 +812,64 @@ const char* const kRows[] = {
     "Cmd=0; reply=9|8|238|238; @imager=openImager()|getEngineID()|openImager()|"
     "getImagerControl(); @imager0=; deInit",
     "ImagerHIDLProxy_CreatedAfterTheManagerDiedForGood_FixedResult: hw+; hw-; log; new; Open=-1; "
-    "Close=-1; Type=-1; Engine=; Cmd=1; Settle=0; deInit; del; "
-    "logged=E[ImagerHIDLProxy::associateImagerHIDL] Unable to get DCHWManager HIDL interface.|"
-    "E[ImagerHIDLProxy<T>::ImagerHIDLProxy] failed to associate Imager HIDL|"
-    "E[ImagerHIDLProxy::openImager] sp_Imager is Null|E[ImagerHIDLProxy::closeImager] sp_Imager "
-    "is Null|E[ImagerHIDLProxy::getImagerInterfaceType] sp_Imager is Null|"
-    "E[ImagerHIDLProxy::getEngineID] sp_Imager is Null|D[ImagerHIDLProxy::getEngineID] ScannerID=|"
+    "Close=-1; Type=-1; Engine=; Cmd=1; Settle=0; deInit; del; logged=E%associateImagerHIDL] "
+    "Unable to get DCHWManager HIDL interface.|E$ImagerHIDLProxy] failed to associate Imager HIDL|"
+    "E%openImager] sp_Imager is Null|E%closeImager] sp_Imager is Null|E%getImagerInterfaceType] "
+    "sp_Imager is Null|E%getEngineID] sp_Imager is Null|D%getEngineID] ScannerID=|"
     "E[ImagerControlHIDLProxy::associateImagerControlHIDL] Unable to get DCHWManager HIDL "
     "interface.|E[ImagerControlHIDLProxy::ImagerControlHIDLProxy] failed to associate "
     "ImagerControl HIDL|E[ImagerControlHIDLProxy::sendCommand] sp_ImagerControlHIDL is Null|"
     "I[ImagerControlHIDLProxy::configureSettleCount]|"
     "E[ImagerControlHIDLProxy::configureSettleCount] sp_ImagerControlHIDL is Null|"
     "I[ImagerControlHIDLProxy::disAssociateImagerControlHIDL] disconnected Control HIDL|"
-    "I[ImagerHIDLProxy::disAssociateImagerHIDL] disconnected Imager HIDL",
+    "I%disAssociateImagerHIDL] disconnected Imager HIDL",
     "ImagerHIDLProxy_OpenAfterTheHeldManagerCameBack_ProcessEnds: hw+; new; hw+; Open",
     "ImagerHIDLProxy_CloseAfterTheHeldManagerDiedForGood_ProcessEnds: hw+; new; hw-; Close",
     "ImagerHIDLProxy_EngineIDAfterTheHeldManagerDiedForGood_FixedResult: hw+; new; hw-; log; "
-    "Engine=; logged=I[ImagerHIDLProxy::getEngineID] getEngineID|E[ImagerHIDLProxy::getEngineID] "
-    "Error at HIDL Service|D[ImagerHIDLProxy::getEngineID] ScannerID=; @imager=",
+    "Engine=; logged=I%getEngineID] getEngineID|E%getEngineID] Error at HIDL Service|"
+    "D%getEngineID] ScannerID=; @imager=",
     // The control object associates by itself, with the new instance.
     "ImagerHIDLProxy_ControlRequestedAfterTheManagerCameBack_Reconnects: hw+; new; hw+; Cmd=0; "
     "reply=9|8|238|238; open#=1; deInit; open#=0",
     "ImagerHIDLProxy_ManagerDiesHandingOutTheImager_ProcessEnds: die:getImager; mortal; new",
     "ImagerHIDLProxy_DiesInGetEngineIDBeforeReplying_FixedResult: die:getEngineID; hw+; new; log; "
-    "Engine=; logged=I[ImagerHIDLProxy::getEngineID] getEngineID|E[ImagerHIDLProxy::getEngineID] "
-    "Error at HIDL Service|D[ImagerHIDLProxy::getEngineID] ScannerID=",
+    "Engine=; logged=I%getEngineID] getEngineID|E%getEngineID] Error at HIDL Service|"
+    "D%getEngineID] ScannerID=",
     // No reply comes from the dead control: the status stays at its starting -1.
     "ImagerControlHIDLProxy_RecreatedAfterTheManagerCameBack_Reconnects: hw+; new; ctl=1; hw+; "
     "log; Cmd=4294967295; reply=238|238|238|238; deInit; Cmd=0; reply=9|8|238|238; "
-    "logged=E[ImagerControlHIDLProxy::sendCommand] Error at HIDL Service (sp_ImagerControlHIDL "
-    "instance is NULL, Error - Unable to send command)|"
-    "I[ImagerControlHIDLProxy::disAssociateImagerControlHIDL] Calling close imager|"
-    "I[ImagerControlHIDLProxy::disAssociateImagerControlHIDL] disconnected Control HIDL|"
-    "I[ImagerControlHIDLProxy::associateImagerControlHIDL] Acquired IImagerControl HIDL "
-    "interface.|I[ImagerControlHIDLProxy::associateImagerControlHIDL] Acquired IImagerControlHIDL "
-    "interface.; @control=sendCommand([1b 02], 2, 4, 0, 0); deInit",
+    "logged=E%sendCommand] Error at HIDL Service (sp_ImagerControlHIDL instance is NULL, Error - "
+    "Unable to send command)|I%disAssociateImagerControlHIDL] Calling close imager|"
+    "I%disAssociateImagerControlHIDL] disconnected Control HIDL|I%associateImagerControlHIDL] "
+    "Acquired IImagerControl HIDL interface.|I%associateImagerControlHIDL] Acquired "
+    "IImagerControlHIDL interface.; @control=sendCommand([1b 02], 2, 4, 0, 0); deInit",
     "ImagerControlHIDLProxy_SettleCountAfterTheHeldManagerCameBack_ProcessEnds: hw+; new; ctl; "
     "hw+; Settle",
     "ImagerControlHIDLProxy_RequestedAfterTheManagerDiedForGood_FixedResult: hw+; new; hw-; log; "
-    "Cmd=1; logged=E[ImagerControlHIDLProxy::associateImagerControlHIDL] Unable to get "
-    "DCHWManager HIDL interface.|E[ImagerControlHIDLProxy::ImagerControlHIDLProxy] failed to "
-    "associate ImagerControl HIDL|E[ImagerControlHIDLProxy::sendCommand] sp_ImagerControlHIDL is "
-    "Null; @imager=",
+    "Cmd=1; logged=E%associateImagerControlHIDL] Unable to get DCHWManager HIDL interface.|"
+    "E%ImagerControlHIDLProxy] failed to associate ImagerControl HIDL|E%sendCommand] "
+    "sp_ImagerControlHIDL is Null; @imager=",
     "ImagerControlHIDLProxy_DiesInOpenImager_ProcessEnds: die:openImager; hw+; new; ctl",
     "ImagerControlHIDLProxy_DiesHandingOutTheControl_ProcessEnds: die:getImagerControl; hw+; new; "
     "ctl",
     "ImagerControlHIDLProxy_DiesInSendCommandBeforeReplying_FixedResult: die:sendCommand; hw+; "
-    "new; ctl=1; log; Cmd=4294967295; reply=238|238|238|238; "
-    "logged=E[ImagerControlHIDLProxy::sendCommand] Error at HIDL Service (sp_ImagerControlHIDL "
-    "instance is NULL, Error - Unable to send command)",
+    "new; ctl=1; log; Cmd=4294967295; reply=238|238|238|238; logged=E%sendCommand] Error at HIDL "
+    "Service (sp_ImagerControlHIDL instance is NULL, Error - Unable to send command)",
     // The close's status is not read: the deletion completes; a new control reaches the
     // service once it is back.
     "ImagerControlHIDLProxy_DiesInCloseImager_FixedResult: die:closeImager; hw+; new; ctl=1; log; "
-    "deInit; logged=I[ImagerControlHIDLProxy::disAssociateImagerControlHIDL] Calling close imager|"
-    "I[ImagerControlHIDLProxy::disAssociateImagerControlHIDL] disconnected Control HIDL; "
-    "@imager=openImager()|getImagerControl()|closeImager(); hw+; Cmd=0; open#=1",
+    "deInit; logged=I%disAssociateImagerControlHIDL] Calling close imager|"
+    "I%disAssociateImagerControlHIDL] disconnected Control HIDL; @imager=openImager()|"
+    "getImagerControl()|closeImager(); hw+; Cmd=0; open#=1",
     "V4L2ImagerAdapterHIDLProxy_StreamAfterTheManagerCameBack_Reconnects: hw+; hw+; new; "
     "stream=1; Disable=0; whole=1; delivered0=0; deInit",
     "V4L2ImagerAdapterHIDLProxy_CreatedAfterTheManagerDiedForGood_FixedResult: hw+; hw-; log; "
     "alone; InitA=1; Enable=1; Param=Error - Imager Adapter HIDL is Null.; Streaming=0; del; "
-    "logged=E[V4L2ImagerAdapterHIDLProxy::associateImagerAdapterHIDL] Unable to get DCHWManager "
-    "HIDL interface.|E[V4L2ImagerAdapterHIDLProxy::V4L2ImagerAdapterHIDLProxy] failed to "
-    "associate ImagerAdapter HIDL|E[V4L2ImagerAdapterHIDLProxy::Init] sp_ImagerAdapterHIDL is "
-    "Null|E[V4L2ImagerAdapterHIDLProxy::SetPreviewSize] sp_ImagerAdapterHIDL is Null|"
-    "E[V4L2ImagerAdapterHIDLProxy::GetParameter] sp_ImagerAdapterHIDL is Null|"
-    "E[V4L2ImagerAdapterHIDLProxy::IsStreaming] sp_ImagerAdapterHIDL is Null|"
-    "I[V4L2ImagerAdapterHIDLProxy::disAssociateImagerAdapterHIDL] disconnected Adapter HIDL",
+    "logged=E%associateImagerAdapterHIDL] Unable to get DCHWManager HIDL interface.|"
+    "E%V4L2ImagerAdapterHIDLProxy] failed to associate ImagerAdapter HIDL|E%Init] "
+    "sp_ImagerAdapterHIDL is Null|E%SetPreviewSize] sp_ImagerAdapterHIDL is Null|E%GetParameter] "
+    "sp_ImagerAdapterHIDL is Null|E%IsStreaming] sp_ImagerAdapterHIDL is Null|"
+    "I%disAssociateImagerAdapterHIDL] disconnected Adapter HIDL",
     // Frames stop with the death, every frame sent having reached the caller; no answer comes
     // from the dead adapter; the old adapter's close, on deletion, never reaches the dead imager.
     "V4L2ImagerAdapterHIDLProxy_RecreatedAfterTheManagerCameBack_Reconnects: hw+; new; stream=1; "
@@ -907,19 +879,16 @@ const char* const kRows[] = {
     // service sends nothing more.
     "FrameCallback_ServiceDiesWhileTheCallerHoldsAFrame_FixedResult: hw+; new; log; InitA=0; "
     "killer; Enable=0; StartS=0; frame1=1; whole=1; delivered=1; frames=1; "
-    "count:[FrameCallback::onFrameAvailable] OnReceiveFrame failed=0; "
-    "count:[FrameCallback::onFrame] mmap failed\n=0",
+    "count:%onFrameAvailable] OnReceiveFrame failed=0; count:%onFrame] mmap failed\n=0",
     // Whether it streams is read from the dead adapter.
     "V4L2ImagerAdapterHIDLProxy_StartStreamingAfterTheHeldManagerCameBack_ProcessEnds: hw+; new; "
     "InitA; Enable; hw+; StartS",
     "V4L2ImagerAdapterHIDLProxy_DisableAfterTheHeldManagerDiedForGood_ProcessEnds: hw+; new; adp; "
     "hw-; Disable",
     "V4L2ImagerAdapterHIDLProxy_RecreatedAfterTheManagerDiedForGood_FixedResult: hw+; new; adp=1; "
-    "hw-; log; deInit; StartS=1; "
-    "logged=I[V4L2ImagerAdapterHIDLProxy::disAssociateImagerAdapterHIDL] disconnected Adapter "
-    "HIDL|E[V4L2ImagerAdapterHIDLProxy::associateImagerAdapterHIDL] Unable to get DCHWManager "
-    "HIDL interface.|E[V4L2ImagerAdapterHIDLProxy::V4L2ImagerAdapterHIDLProxy] failed to "
-    "associate ImagerAdapter HIDL|E[V4L2ImagerAdapterHIDLProxy::StartStreaming] "
+    "hw-; log; deInit; StartS=1; logged=I%disAssociateImagerAdapterHIDL] disconnected Adapter "
+    "HIDL|E%associateImagerAdapterHIDL] Unable to get DCHWManager HIDL interface.|"
+    "E%V4L2ImagerAdapterHIDLProxy] failed to associate ImagerAdapter HIDL|E%StartStreaming] "
     "sp_ImagerAdapterHIDL is Null; deInit",
     "V4L2ImagerAdapterHIDLProxy_DiesHandingOutTheAdapter_ProcessEnds: die:getImagerAdapter; hw+; "
     "new; adp",
