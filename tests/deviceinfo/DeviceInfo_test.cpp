@@ -35,46 +35,14 @@ struct Result {
     std::vector<std::string> records;
 };
 
-// The caller has no run path of its own: the loader looks for the host layer, and for the
-// libraries the platform library opens by bare name, in `libraryPath` first. Sanitizer runtimes
-// open libraries on the platform library's behalf, so its own $ORIGIN is not looked at then;
-// naming the folder gives every build the same search.
-// The arguments are split at blanks; '+' stands for a blank, '' for nothing.
-Result RunCaller(const std::string& root, const std::string& words,
-                 const std::string& platformLibrary, const std::string& libraryPath) {
-    std::vector<std::string> args;
-    std::istringstream in(words);
-    for (std::string word; in >> word;) {
-        std::replace(word.begin(), word.end(), '+', ' ');
-        args.push_back(word == "''" ? "" : word);
-    }
-    const std::string log = root + "/caller.log";
-    Result run;
-    run.process = RunProcess(kBuild + "/bin/deviceinfo_caller", "caller", args,
-                             {{"ORVEX_DEVICE_ROOT", root},
-                              {"ORVEX_LOG", log},
-                              {"ORVEX_PLATFORM_LIB", platformLibrary},
-                              {"LD_LIBRARY_PATH", libraryPath}});
-    for (const orvex::hostlog::Entry& e : ReadLogFile(log)) {
-        if (e.tag != kTag && e.tag != "sim.libimagerclient" && e.tag != "####ASSERTION#####") {
-            continue;
-        }
-        std::string text(1, e.priority >= 0 && e.priority < 8 ? "??VDIWEF"[e.priority] : '?');
-        text += " " + (e.tag == kTag ? "" : e.tag + ": ") + e.message;
-        for (size_t at; (at = text.find(root)) != std::string::npos;)
-            text.replace(at, root.size(), "$ROOT");
-        run.records.push_back(text);
-    }
-    return run;
-}
-
 // Runs the caller on the default device with `changes` ("KEY=VALUE;..."): a system property
 // ("ro.*"; "-NAME" removes one); the device's scanner list (list), camera list (cameras),
 // imager client and volume library files (imager, volume), log level (level), the
 // external-dependencies entry of the platform library (libname; empty leaves it out) and the
 // file the device keeps under it (libfile); or the library folder's libovc.so,
 // libimagerclient.so or libplatform.orvex.so (empty leaves it out). With profile=NAME the device
-// is the build's staged profile instead, run with the build's platform library. Library files are
+// is the build's staged profile instead, run with the build's platform library. The arguments
+// are split at blanks; '+' stands for a blank, '' for nothing. Library files are
 // relative to the build, or to this folder's build without a folder.
 Result RunDevice(const std::string& changes, const std::string& args) {
     std::map<std::string, std::string> d;
@@ -105,38 +73,68 @@ Result RunDevice(const std::string& changes, const std::string& args) {
             EXPECT_EQ(0, symlink(file(entry.first).c_str(), link.c_str()));
         }
     }
+    std::string platform = PlatformLibraryPath();
     if (!d["profile"].empty()) {
         // A copy, so that nothing the run creates lands in the build's profile.
         EXPECT_EQ(
             0, RunProcess("/bin/cp", "cp",
                           {"-a", kBuild + "/sim/profiles/" + d["profile"] + "/.", root.path()}, {})
                    .exitCode);
-        return RunCaller(root.path(), args, PlatformLibraryPath(), libraries.path());
+    } else {
+        platform = libraries.path() + "/libplatform.orvex.so";
+        root.AddFile("/system/build.prop", buildProp);
+        // Scanner list and platform library only, so properties come from build.prop.
+        const std::string list = "/system/etc/scanner/ScannerList.xml";
+        if (!d["libname"].empty()) {
+            binaries =
+                "<binary><name>libplatformso</name><absolutepath>true</absolutepath><libname>" +
+                d["libname"] + "</libname></binary>";
+        }
+        root.AddFile(
+            "/system/etc/scanner/ExternalDependencies.xml",
+            "<?xml version=\"1.0\"?>\n<deps>\n"
+            "<files><file><name>scannerlistxml</name><absolutepath>true</absolutepath><path>" +
+                list + "</path></file></files>\n<binaries>" + binaries +
+                "</binaries>\n<properties/>\n</deps>\n");
+        // The x86_64 ABI puts absolute library paths under /system/lib64.
+        root.AddDir("/system/lib64");
+        const std::string kept = d["libfile"].empty() ? platform : file("libfile");
+        EXPECT_EQ(
+            0, symlink(kept.c_str(), root.HostPath("/system/lib64/libplatform.orvex.so").c_str()));
+        if (!d["list"].empty()) root.AddFile(list, d["list"]);
+        if (!d["cameras"].empty()) root.AddFile("/sim/cameras.prop", d["cameras"]);
+        root.AddFile("/sim/libimagerclient.prop", d["imager"]);
+        root.AddFile("/sim/libovc.prop", d["volume"]);
+        root.SetLogLevel(d["level"]);
     }
-    root.AddFile("/system/build.prop", buildProp);
-    // Scanner list and platform library only, so properties come from build.prop.
-    const std::string list = "/system/etc/scanner/ScannerList.xml";
-    if (!d["libname"].empty()) {
-        binaries = "<binary><name>libplatformso</name><absolutepath>true</absolutepath><libname>" +
-                   d["libname"] + "</libname></binary>";
+    // The caller has no run path of its own: the loader looks for the host layer, and for the
+    // libraries the platform library opens by bare name, in the library folder first. Sanitizer
+    // runtimes open libraries on the platform library's behalf, so its own $ORIGIN is not
+    // looked at then; naming the folder gives every build the same search.
+    std::vector<std::string> argv;
+    std::istringstream words(args);
+    for (std::string word; words >> word;) {
+        std::replace(word.begin(), word.end(), '+', ' ');
+        argv.push_back(word == "''" ? "" : word);
     }
-    root.AddFile("/system/etc/scanner/ExternalDependencies.xml",
-                 "<?xml version=\"1.0\"?>\n<deps>\n"
-                 "<files><file><name>scannerlistxml</name><absolutepath>true</absolutepath><path>" +
-                     list + "</path></file></files>\n<binaries>" + binaries +
-                     "</binaries>\n<properties/>\n</deps>\n");
-    // The x86_64 ABI puts absolute library paths under /system/lib64.
-    root.AddDir("/system/lib64");
-    const std::string platform = libraries.path() + "/libplatform.orvex.so";
-    const std::string kept = d["libfile"].empty() ? platform : file("libfile");
-    EXPECT_EQ(0,
-              symlink(kept.c_str(), root.HostPath("/system/lib64/libplatform.orvex.so").c_str()));
-    if (!d["list"].empty()) root.AddFile(list, d["list"]);
-    if (!d["cameras"].empty()) root.AddFile("/sim/cameras.prop", d["cameras"]);
-    root.AddFile("/sim/libimagerclient.prop", d["imager"]);
-    root.AddFile("/sim/libovc.prop", d["volume"]);
-    root.SetLogLevel(d["level"]);
-    return RunCaller(root.path(), args, platform, libraries.path());
+    const std::string log = root.path() + "/caller.log";
+    Result run;
+    run.process = RunProcess(kBuild + "/bin/deviceinfo_caller", "caller", argv,
+                             {{"ORVEX_DEVICE_ROOT", root.path()},
+                              {"ORVEX_LOG", log},
+                              {"ORVEX_PLATFORM_LIB", platform},
+                              {"LD_LIBRARY_PATH", libraries.path()}});
+    for (const orvex::hostlog::Entry& e : ReadLogFile(log)) {
+        if (e.tag != kTag && e.tag != "sim.libimagerclient" && e.tag != "####ASSERTION#####") {
+            continue;
+        }
+        std::string text(1, e.priority >= 0 && e.priority < 8 ? "??VDIWEF"[e.priority] : '?');
+        text += " " + (e.tag == kTag ? "" : e.tag + ": ") + e.message;
+        for (size_t at; (at = text.find(root.path())) != std::string::npos;)
+            text.replace(at, root.path().size(), "$ROOT");
+        run.records.push_back(text);
+    }
+    return run;
 }
 
 // One process: the default device with `changes`, the caller's arguments, what it prints, the
