@@ -416,7 +416,7 @@ TEST(DeviceInfoBuilder, GathersTheFactsInOrderBuildsOneListAndEndsTheProcessOnAB
 }
 
 TEST(SupportedScannerInfo, AnswersQueriesOnTheListAndEndsTheProcessOnAPositionOfAnEmptyOne) {
-    // The facts' own records after the list was built, but the list's own.
+    // The facts' own records once the list is built, without the list's own construction lines.
     const std::string queries =
         "^. (?!sim\\.libimagerclient: |####ASSERTION#####: "
         "|\\[SupportedScannerInfo::SupportedScannerInfo\\])";
@@ -444,8 +444,10 @@ TEST(SupportedScannerInfo, AnswersQueriesOnTheListAndEndsTheProcessOnAPositionOf
              "IsScannerAvailable] Invalid ScannerName\nD " + s +
              "GetNumberOfSupportedScanners] 3\n",
          queries, 0, built},
+        // A list of only a camera scanner has no imager.
         {"cameras=0=back\n;list=" + List(Camera("Camera Scanner", "1", "0", "REAR_CAMERA"), ""),
          "GetInBuiltScannerModel IsMirroredAndFlipped", "[]\n0\n"},
+        // An empty list answers false or zero; a position in it ends the process.
         {emptyList,
          "IsScannerListAvailable GetNumberOfSupportedScanners IsScannerAvailable Ring "
          "IsMirroredAndFlipped",
