@@ -16,6 +16,7 @@
 #include <chrono>
 #include <string>
 #include <thread>
+#include <type_traits>
 
 enum PlatformModuleTag : int {};
 
@@ -223,14 +224,17 @@ public:
     bool IsLEDAccessible() override { return true; }
 };
 
+// The module registered as `name` under `tag`; a named module must also answer its name.
 template <typename T>
 T* Get(const Library& lib, int tag, const char* name) {
-    IPlatformModule* module = lib.get(static_cast<PlatformModuleTag>(tag), name);
+    auto* module = static_cast<T*>(lib.get(static_cast<PlatformModuleTag>(tag), name));
     if (module == nullptr) {
         ++g_failures;
         printf("no module %s under tag %d\n", name, tag);
+    } else if constexpr (std::is_base_of<INamed, T>::value) {
+        CHECK_EQ(std::string(module->GetModuleName()), name);
     }
-    return static_cast<T*>(module);
+    return module;
 }
 
 void Feedback(const Library& lib) {
@@ -239,9 +243,6 @@ void Feedback(const Library& lib) {
     auto* haptic = Get<IFeedback>(lib, 7, "IExternalHapticFeedack");
     if (!beep || !led || !haptic) return;
     Led access;
-    CHECK_EQ(std::string(beep->GetModuleName()), "HWBeep");
-    CHECK_EQ(std::string(led->GetModuleName()), "LEDNotification");
-    CHECK_EQ(std::string(haptic->GetModuleName()), "IExternalHapticFeedack");
     CHECK_EQ(beep->IsSupported(), true);
     CHECK_EQ(beep->InitializeFeedback(), true);
     CHECK_EQ(led->InitializeFeedback(), true);
@@ -273,7 +274,6 @@ void Feedback(const Library& lib) {
 void Triggers(const Library& lib, void* device, int (*press)(void*, unsigned, unsigned, unsigned)) {
     auto* triggers = Get<ITriggers>(lib, 2, "Triggers");
     if (triggers != nullptr) {
-        CHECK_EQ(std::string(triggers->GetModuleName()), "Triggers");
         CHECK_EQ(triggers->Init(), true);
         odk::List<odk::ITriggerInfo*>* list = triggers->GetTriggerInfo();
         CHECK_EQ(list->size(), 3u);
@@ -290,7 +290,6 @@ void Triggers(const Library& lib, void* device, int (*press)(void*, unsigned, un
     auto* trigger = Get<IHWTrigger>(lib, 6, "HWTrigger");
     if (trigger == nullptr) return;
     Keys keys;
-    CHECK_EQ(std::string(trigger->GetModuleName()), "HWTrigger");
     CHECK_EQ(trigger->Initialize(&keys), true);
     CHECK_EQ(trigger->AcquireHWTrigger(), true);
     CHECK_EQ(trigger->StartTrigger(), true);
@@ -320,7 +319,6 @@ void Transports(const Library& lib) {
     auto* serial = Get<ISerialPort>(lib, 9, "SerialPort");
     if (serial != nullptr) {
         SerialData data;
-        CHECK_EQ(std::string(serial->GetModuleName()), "SerialPort");
         CHECK_EQ(serial->Initialize(&data), true);
         CHECK_EQ(serial->AcquireSerialInterface(), true);
         CHECK_EQ(serial->StartTransport("/dev/ttyHS1", 115200, false), 0);
@@ -334,7 +332,6 @@ void Transports(const Library& lib) {
     auto* plugable = Get<IPlugable>(lib, 10, "PlugableDeviceNotifier");
     if (plugable != nullptr) {
         Plugs plugs;
-        CHECK_EQ(std::string(plugable->GetModuleName()), "PlugableDeviceNotifier");
         CHECK_EQ(plugable->AcquirePlugableDeviceNotifier(), true);
         CHECK_EQ(plugable->InitializeSSI(&plugs, static_cast<ScannerType>(1)), true);
         CHECK_EQ(plugable->GetPortName(), "WrongPort");
@@ -343,7 +340,6 @@ void Transports(const Library& lib) {
     }
     auto* battery = Get<IBatterySwap>(lib, 11, "BatterySwapModule");
     if (battery != nullptr) {
-        CHECK_EQ(std::string(battery->GetModuleName()), "BatterySwapModule");
         CHECK_EQ(battery->Init(), true);
         CHECK_EQ(battery->EnterBatterySwap(), true);
         CHECK_EQ(battery->ExitBatterySwap(), true);
@@ -358,7 +354,6 @@ void Transports(const Library& lib) {
     }
     auto* camera = Get<ICamera>(lib, 13, "CameraModule");
     if (camera != nullptr) {
-        CHECK_EQ(std::string(camera->GetModuleName()), "CameraModule");
         CHECK_EQ(camera->Init(), true);
         CHECK_EQ(camera->GetCameraVendorTagID("com.tevrin.imager.engine_id"), static_cast<int32_t>(0x80000000));
         CHECK_EQ(camera->DeInit(), true);
