@@ -25,7 +25,6 @@
 #include <optional>
 #include <sstream>
 #include <thread>
-#include <type_traits>
 
 #include "BatterySwapModule.h"
 #include "CameraModule.h"
@@ -154,10 +153,9 @@ struct MortalImager : Mortal<FakeImager> {
     DIES(sp<dch::IImagerControl>, getImagerControl, (), ())
     DIES(sp<dch::IImagerAdapter>, getImagerAdapter, (), ())
 };
+using U = uint32_t;
 struct MortalControl : Mortal<FakeImagerControl> {
-    DIES(void, sendCommand,
-         (const hidl_vec<uint8_t>& c, uint32_t a, uint32_t b, uint32_t d, uint32_t e,
-          sendCommand_cb cb),
+    DIES(void, sendCommand, (const hidl_vec<uint8_t>& c, U a, U b, U d, U e, sendCommand_cb cb),
          (c, a, b, d, e, cb))
 };
 struct MortalAdapter : Mortal<FakeImagerAdapter> {
@@ -197,19 +195,18 @@ std::string Letter(const Entry& e) {
     return (e.priority == 3 ? "D" : e.priority == 4 ? "I" : "E") + e.message;
 }
 
-// Callers' callbacks, each recording what reached it as text.
-struct Keys : ITriggerKeyEventWrapperCallBack, CallLog {
+// The caller's callbacks (keys, serial data, device changes), recording what reached them.
+struct Callbacks : ITriggerKeyEventWrapperCallBack,
+                   ISerialDataCallBack,
+                   IPlugableHALCallBack,
+                   CallLog {
     void OnKeyEvent(unsigned a, unsigned b) override {
         Add(std::to_string(a) + "." + std::to_string(b));
     }
     void OnPreKeyEvent(unsigned a, unsigned b) override { OnKeyEvent(a, b); }
-};
-struct SerialData : ISerialDataCallBack, CallLog {
     void OnSerialDataReceived(const uint8_t* data, size_t size) override {
         Add(Join(std::vector<int>(data, data + size)));
     }
-};
-struct Changes : IPlugableHALCallBack, CallLog {
     void OnPlugableDeviceChanged(bool connected, const std::string& port, int type) override {
         Add(std::to_string(connected) + " " + port + " " + std::to_string(type));
     }
@@ -255,9 +252,7 @@ struct World {
     sp<Stoppable<FakeAidlLights>> aidl;
     sp<Stoppable<FakeAudioService>> audio;
     std::optional<orvex::hostlog::ScopedCapture> log;
-    Keys keys;
-    SerialData data;
-    Changes changes;
+    Callbacks keys, data, changes;
     Frames frames;
     std::vector<uint8_t> reply;
     // The modules, dropped before the device.
