@@ -4,15 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <regex>
 
-#include "Json.h"
 #include "TestSupport.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using orvex::test::Json;
+using Json = nlohmann::json;
 using Args = std::vector<std::string>;
 
 // Runs orvexctl, checks its exit status and returns its output, parsed unless a usage error.
@@ -22,9 +22,8 @@ Json Orvexctl(const Args& args, int status = 0) {
                                 {{"ORVEX_LOG", ""}, {"ORVEX_DEVICE_ROOT", ""}}, 120);
     EXPECT_EQ(run.exitCode, status) << testing::PrintToString(args) << run.out << run.err;
     EXPECT_EQ(run.termSignal, 0);
-    std::string error;
-    Json doc = Json::Parse(run.out, &error);
-    EXPECT_TRUE(error.empty() || status == 2) << error << run.out;
+    Json doc = Json::parse(run.out, nullptr, false);
+    EXPECT_TRUE(!doc.is_discarded() || status == 2) << run.out;
     return doc;
 }
 
@@ -69,9 +68,11 @@ TEST(Orvexctl, UsageErrorsExitWithTwo) {
 
 TEST(Orvexctl, EveryCommandWorksOnEveryShippedProfile) {
     const Json list = Orvexctl({"--json", "profiles"});
-    std::string profiles = list["default"].String() + ":";  // "?" marks a missing description
-    for (const Json& p : list["profiles"].Array()) {
-        profiles += " " + p["name"].String() + (p["description"].String().empty() ? "?" : "");
+    std::string profiles =
+        list["default"].get<std::string>() + ":";  // "?" marks a missing description
+    for (const Json& p : list["profiles"]) {
+        profiles +=
+            " " + p["name"].get<std::string>() + (p.value("description", "").empty() ? "?" : "");
     }
     EXPECT_EQ(profiles, "default: HX2105x QT7BW camera-only default tr41");
     // clang-format off
@@ -93,12 +94,13 @@ TEST(Orvexctl, EveryCommandWorksOnEveryShippedProfile) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.first);
         const Json modules = Orvexctl({"--profile", c.first, "--json", "modules"});
-        std::string tags = modules["ok"].Bool() ? "version " : "not ok ";
-        tags += std::to_string(modules["version"].Int());
-        for (const Json& t : modules["tags"].Array()) {  // tag:count, supported (+) or not, names
-            tags += " " + std::to_string(t["tag"].Int()) + ":" + std::to_string(t["count"].Int()) +
-                    (t["supported"].Bool() ? "+" : "-");
-            for (const Json& name : t["modules"].Array()) tags += name.String();
+        std::string tags = modules["ok"].get<bool>() ? "version " : "not ok ";
+        tags += std::to_string(modules["version"].get<int>());
+        for (const Json& t : modules["tags"]) {  // tag:count, supported (+) or not, names
+            tags += " " + std::to_string(t["tag"].get<int>()) + ":" +
+                    std::to_string(t["count"].get<int>()) +
+                    (t["supported"].get<bool>() ? "+" : "-");
+            for (const Json& name : t["modules"]) tags += name.get<std::string>();
         }
         // Tags 8, 11 and 13 are only handed out by name, never by tag alone.
         EXPECT_EQ(tags,
@@ -109,22 +111,25 @@ TEST(Orvexctl, EveryCommandWorksOnEveryShippedProfile) {
 
         const Json info = Orvexctl({"--profile", c.first, "--json", "info"});
         const Json& facts = info["facts"];
-        std::string seen = facts["platform"].String() + " " + facts["model"].String() + " " +
-                           facts["androidVersion"].String() + " " +
-                           std::to_string(facts["rearCamera"].Int()) + " ";
-        for (const Json& s : info["scanners"].Array()) seen += std::to_string(s["index"].Int());
-        std::string keys = info["triggers"]["init"].Bool() ? " init:" : " no init:";
-        for (const Json& k : info["triggers"]["keys"].Array()) {
+        std::string seen = facts["platform"].get<std::string>() + " " +
+                           facts["model"].get<std::string>() + " " +
+                           facts["androidVersion"].get<std::string>() + " " +
+                           std::to_string(facts["rearCamera"].get<int>()) + " ";
+        for (const Json& s : info["scanners"]) seen += std::to_string(s["index"].get<int>());
+        std::string keys = info["triggers"]["init"].get<bool>() ? " init:" : " no init:";
+        for (const Json& k : info["triggers"]["keys"]) {
             keys += std::string(keys.back() == ':' ? " " : ", ") +
-                    std::to_string(k["scanCode"].Int()) + " " + k["friendlyName"].String() + " " +
-                    k["scannerResource"].String();
+                    std::to_string(k["scanCode"].get<int>()) + " " +
+                    k["friendlyName"].get<std::string>() + " " +
+                    k["scannerResource"].get<std::string>();
         }
         EXPECT_EQ(seen + keys, c.second);
 
         const Json check = Orvexctl({"--profile", c.first, "--json", "check"});
-        std::string failed = check["ok"].Bool() ? "" : "not ok";
-        for (const Json& step : check["steps"].Array()) {
-            if (step["status"].String() != "ok") failed += " " + step["step"].String();
+        std::string failed = check["ok"].get<bool>() ? "" : "not ok";
+        for (const Json& step : check["steps"]) {
+            if (step["status"].get<std::string>() != "ok")
+                failed += " " + step["step"].get<std::string>();
         }
         EXPECT_EQ(failed, "");
     }
@@ -134,9 +139,10 @@ TEST(Orvexctl, ResolveTellsWhereEachTextComesFrom) {
     Json doc = Orvexctl({"--json", "resolve", "scannerlistxml", "libplatformso", "ro.product.model",
                          "ro.product.cpu.abi", "not.a.name"});
     std::string got;
-    for (const Json& n : doc["names"].Array()) {
-        got += n["value"].String() + " | " + (n["group"].IsNull() ? "null" : n["group"].String()) +
-               " | " + n["from"].String() + "\n";
+    for (const Json& n : doc["names"]) {
+        got += n["value"].get<std::string>() + " | " +
+               (n["group"].is_null() ? "null" : n["group"].get<std::string>()) + " | " +
+               n["from"].get<std::string>() + "\n";
     }
     EXPECT_EQ(got,
               "/system/etc/scanner/ScannerList.xml | files | files entry 1\n"
@@ -169,14 +175,15 @@ TEST(Orvexctl, CheckReportsEachWayTheServiceWouldStop) {
     for (const auto& c : cases) {
         const Json doc = CheckEdited(c.first, 1);
         const std::string step = c.second.substr(0, c.second.find(' '));
-        std::string stops = doc["ok"].Bool() ? "ok" : "not ok";  // and that step's outcome
-        for (const Json& s : doc["steps"].Array()) {
+        std::string stops = doc["ok"].get<bool>() ? "ok" : "not ok";  // and that step's outcome
+        for (const Json& s : doc["steps"]) {
+            if (s["step"] != step) continue;
             const Json& at = s["assertion"];
-            const std::string source = at["source"].String();
-            if (s["step"].String() != step) continue;
-            stops += ", " + step + " " + s["status"].String() + " " + at["description"].String() +
-                     " at " + (source.rfind(bundle, 0) ? source : source.substr(bundle.size())) +
-                     ":" + std::to_string(at["line"].Int());
+            const std::string source = at["source"];
+            stops += ", " + step + " " + s["status"].get<std::string>() + " " +
+                     at["description"].get<std::string>() + " at " +
+                     (source.rfind(bundle, 0) ? source : source.substr(bundle.size())) + ":" +
+                     std::to_string(at["line"].get<int>());
         }
         EXPECT_EQ(stops, "not ok, " + c.second);
     }
@@ -189,7 +196,7 @@ TEST(Orvexctl, CheckWarnsAboutWhatTheLibraryAcceptsSilently) {
          {"/system/etc/scanner/ScannerResourceConfig.xml", "<KeyCode>2D7</KeyCode>", ""}},
         0);
     std::string texts;
-    for (const Json& w : doc["warnings"].Array()) texts += w["text"].String() + "\n";
+    for (const Json& w : doc["warnings"]) texts += w["text"].get<std::string>() + "\n";
     for (const char* part : {"LogLevel \"4x\" is read as 4", "inherited from an earlier entry",
                              "TR52/Key #2: no <KeyCode>; the key's scan code stays -1"}) {
         EXPECT_NE(texts.find(part), std::string::npos) << part << "\n" << texts;
@@ -198,13 +205,15 @@ TEST(Orvexctl, CheckWarnsAboutWhatTheLibraryAcceptsSilently) {
 
 TEST(Orvexctl, ScanRunsTheTypicalScanEndToEnd) {
     const Json doc = Orvexctl({"--json", "scan", "--presses", "2"});
-    std::string feedback = (doc["ok"].Bool() ? "ok, " : "not ok, ") +
-                           std::to_string(doc["summary"]["keyEvents"].Int()) + " key events\n";
-    for (const Json& e : doc["timeline"].Array()) {
-        const std::string call = e["service"].String() + " " + e["call"].String();
+    std::string feedback = (doc["ok"].get<bool>() ? "ok, " : "not ok, ") +
+                           std::to_string(doc["summary"]["keyEvents"].get<int>()) + " key events\n";
+    for (const Json& e : doc["timeline"]) {
+        const std::string call =
+            e["service"].get<std::string>() + " " + e["call"].get<std::string>();
         if (call.rfind("ILight", 0) == 0 || call.rfind("IHardwareBeepConfigs startBeep", 0) == 0 ||
             call.rfind("caller OnKeyEvent", 0) == 0) {
-            feedback += (e["thread"].String() == "caller" ? "caller: " : "other: ") + call + "\n";
+            feedback +=
+                (e["thread"].get<std::string>() == "caller" ? "caller: " : "other: ") + call + "\n";
         }
     }
     // Key events arrive on the reader thread; the LED is reset to red on the timer's callback
