@@ -375,7 +375,7 @@ TEST(DeviceInfoBuilder, GathersTheFactsInOrderBuildsOneListAndEndsTheProcessOnAB
              a13,
          gathered},
         {"ro.build.version.release=14;list=<ScannerList>" +
-             Release(External("Ring 13", "1", "1", "X"), "") +
+             Release(External("Ring 13", "1", "1", "X")) +
              Release(External("Ring Android_14", "1", "1", "BT_RING"), "", "Android_14") +
              "</ScannerList>",
          "scanners", "count 1\n0\tRing Android_14\tBT_RING\n",
@@ -388,7 +388,7 @@ TEST(DeviceInfoBuilder, GathersTheFactsInOrderBuildsOneListAndEndsTheProcessOnAB
                  "[SupportedScannerInfo::SupportedScannerInfo] masterScannerMap\n",
          "LoadPlatformHWInfoRetrieverModule\\] E$|masterScannerMap$|libimagerclient.so loaded"},
         // A number that does not parse leaves nothing stored and the lock free.
-        {"list=" + List(External("Ring", "1", "first", "BT_RING"), ""), "scanners scanners",
+        {"list=" + List(External("Ring", "1", "first", "BT_RING")), "scanners scanners",
          "exception invalid_argument: stoi\nexception invalid_argument: stoi\n", id31 + id31,
          "Scanner ID=31"},
         // Platform or model too long for its buffer.
@@ -424,7 +424,7 @@ TEST(SupportedScannerInfo, AnswersQueriesOnTheListAndEndsTheProcessOnAPositionOf
     const std::string s = "[SupportedScannerInfo::",
                       m = "D " + s + "GetScannerModelNameAt] Scanner Model ";
     const std::string empty = "E " + s + "IsScannerListAvailable] Scanner List is empty\n";
-    const std::string emptyList = "list=" + List("", "") + ";imager=imager=0\n";
+    const std::string emptyList = "list=" + List("") + ";imager=imager=0\n";
     std::vector<Case> cases = {
         // The built-in imager behind a camera scanner is found, with its orientation.
         {"cameras=0=back\n;list=" +
@@ -445,7 +445,7 @@ TEST(SupportedScannerInfo, AnswersQueriesOnTheListAndEndsTheProcessOnAPositionOf
              "GetNumberOfSupportedScanners] 3\n",
          queries, 0, built},
         // A list of only a camera scanner has no imager.
-        {"cameras=0=back\n;list=" + List(Camera("Camera Scanner", "1", "0", "REAR_CAMERA"), ""),
+        {"cameras=0=back\n;list=" + List(Camera("Camera Scanner", "1", "0", "REAR_CAMERA")),
          "GetInBuiltScannerModel IsMirroredAndFlipped", "[]\n0\n"},
         // An empty list answers false or zero; a position in it ends the process.
         {emptyList,

@@ -50,12 +50,12 @@ inline std::string Product(const std::string& platform, const std::string& model
 }
 
 // One release element; List() is a whole file with one release.
-inline std::string Release(const std::string& defaults, const std::string& platforms,
+inline std::string Release(const std::string& defaults, const std::string& platforms = "",
                            const std::string& release = "Android_13") {
     return Element(release, Element("default", defaults) + Element("platform", platforms));
 }
 
-inline std::string List(const std::string& defaults, const std::string& platforms,
+inline std::string List(const std::string& defaults, const std::string& platforms = "",
                         const std::string& release = "Android_13") {
     return "<?xml version=\"1.0\"?>\n<ScannerList>" + Release(defaults, platforms, release) +
            "</ScannerList>\n";

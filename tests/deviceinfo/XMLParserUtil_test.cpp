@@ -62,45 +62,38 @@ TEST(XMLParserUtil, BuildsTheOrderedListFromDefaultsAndProductAmendments) {
     const std::vector<std::vector<std::string>> cases = {
         // Indexes order the scanners and are renumbered; negative ones sort first.
         {List(Camera("Camera", "1", "5", "REAR_CAMERA") + builtin31 +
-                  External("Ring", "1", "7", "BT_RING") + External("Serial", "1", "3", "SSI"),
-              ""),
+              External("Ring", "1", "7", "BT_RING") + External("Serial", "1", "3", "SSI")),
          "", "Imager IM5100 0, Serial SSI 0, Camera REAR_CAMERA 0, Ring BT_RING 0"},
-        {List(ring + External("Serial", "1", "-4", "SSI"), ""), "", "Serial SSI 0, Ring BT_RING 0"},
+        {List(ring + External("Serial", "1", "-4", "SSI")), "", "Serial SSI 0, Ring BT_RING 0"},
         // The camera, inserted first, keeps an index the built-in scanner also claims.
-        {List(Camera("Camera", "1", "1", "REAR_CAMERA") + builtin31, ""), "",
-         "Camera REAR_CAMERA 0"},
-        {List(Camera("Camera", "1", "5", "REAR_CAMERA") + builtin31, ""), "norear",
-         "Imager IM5100 0"},
-        {List(Camera("Camera", "0", "5", "REAR_CAMERA"), ""), "", "",
+        {List(Camera("Camera", "1", "1", "REAR_CAMERA") + builtin31), "", "Camera REAR_CAMERA 0"},
+        {List(Camera("Camera", "1", "5", "REAR_CAMERA") + builtin31), "norear", "Imager IM5100 0"},
+        {List(Camera("Camera", "0", "5", "REAR_CAMERA")), "", "",
          "I [XMLParserUtil::GetCameraScannerName] Camera scanner is not supported\n"},
         // Supported written with a blank, or empty, still offers.
-        {List(Camera("Camera", " 0", "5", "REAR_CAMERA") + External("Ring", "", "7", "BT_RING"),
-              ""),
+        {List(Camera("Camera", " 0", "5", "REAR_CAMERA") + External("Ring", "", "7", "BT_RING")),
          "", "Camera REAR_CAMERA 0, Ring BT_RING 0"},
         // The front camera is offered on TR41 only.
-        {List(FrontCamera("Front", "6", "FRONT_CAMERA"), ""), "front", ""},
-        {List(Camera("Camera", "1", "5", "REAR_CAMERA") + FrontCamera("Front", "6", "FRONT_CAMERA"),
-              ""),
+        {List(FrontCamera("Front", "6", "FRONT_CAMERA")), "front", ""},
+        {List(Camera("Camera", "1", "5", "REAR_CAMERA") +
+              FrontCamera("Front", "6", "FRONT_CAMERA")),
          "front TR41", "Camera REAR_CAMERA 0, Front FRONT_CAMERA 0"},
         // Scanner ID 0 considers no built-in scanner, even one with ID 0.
-        {List(Builtin("0", "1", "Zero", "1", "IM0"), ""), "id0", ""},
-        {List(Builtin("31", "1", "First", "1", "IM1") + Builtin("31", "1", "Second", "2", "IM2"),
-              ""),
+        {List(Builtin("0", "1", "Zero", "1", "IM0")), "id0", ""},
+        {List(Builtin("31", "1", "First", "1", "IM1") + Builtin("31", "1", "Second", "2", "IM2")),
          "", "First IM1 0"},
         // A matching built-in scanner without a name, or withdrawn, is passed over.
         {List(Builtin("", "1", "NoId", "1", "IM0") + Builtin("31", "1", "", "1", "IM1") +
-                  Builtin("31", "0", "Off", "1", "IM2") + Builtin("31", "1", "Third", "2", "IM3"),
-              ""),
+              Builtin("31", "0", "Off", "1", "IM2") + Builtin("31", "1", "Third", "2", "IM3")),
          "", "Third IM3 0",
          b + "Scanner ID is empty\n" + b +
              "Scanner name does not exist under builtin-scanner tag\n"},
-        {List(External("", "1", "3", "X") + External("Serial", "0", "4", "SSI") + ring, ""), "",
+        {List(External("", "1", "3", "X") + External("Serial", "0", "4", "SSI") + ring), "",
          "Ring BT_RING 0",
          d + "Scanner name is empty\n" + d + "External scanner(Serial) is not supported\n"},
         // An element without text reads as empty.
         {List("<camera-scanner><name/><supported>1</supported><index>5</index></camera-scanner>" +
-                  ring,
-              ""),
+              ring),
          "", "Ring BT_RING 0",
          "E [XMLParserUtil::GetCameraScannerName] Camera scanner name does not exist under "
          "camera-scanner tag\n"},
@@ -125,16 +118,16 @@ TEST(XMLParserUtil, BuildsTheOrderedListFromDefaultsAndProductAmendments) {
                   Product("lahaina", "TR41", ProductBuiltin("1", "IM5100", "TR41", "1"))),
          "", "Imager IM5100 0"},
         // Only the first element of the release counts.
-        {"<ScannerList>" + Release(External("First", "1", "1", "A"), "") +
-             Release(External("Second", "1", "1", "B"), "") + "</ScannerList>",
+        {"<ScannerList>" + Release(External("First", "1", "1", "A")) +
+             Release(External("Second", "1", "1", "B")) + "</ScannerList>",
          "", "First A 0"},
         // A number that does not parse escapes only from an entry that is taken.
-        {List(Camera("Camera", "1", "five", "C"), ""), "", "invalid_argument"},
-        {List(Camera("Camera", "1", "five", "C"), ""), "norear", ""},
-        {List(External("Ring", "1", "", "R"), ""), "", "invalid_argument"},
-        {List(External("Ring", "1", "99999999999", "R"), ""), "", "out_of_range"},
-        {List(Builtin("abc", "1", "Imager", "1", "IM"), ""), "", "invalid_argument"},
-        {List(Builtin("abc", "1", "Imager", "1", "IM"), ""), "id0", ""},
+        {List(Camera("Camera", "1", "five", "C")), "", "invalid_argument"},
+        {List(Camera("Camera", "1", "five", "C")), "norear", ""},
+        {List(External("Ring", "1", "", "R")), "", "invalid_argument"},
+        {List(External("Ring", "1", "99999999999", "R")), "", "out_of_range"},
+        {List(Builtin("abc", "1", "Imager", "1", "IM")), "", "invalid_argument"},
+        {List(Builtin("abc", "1", "Imager", "1", "IM")), "id0", ""},
         {List("", Product("lahaina", "TR52", External("S", "yes", "1", "M"))), "",
          "invalid_argument"},
         {List(builtin31, Product("lahaina", "TR52", ProductBuiltin("1", "IM5100", "Imager", ""))),
