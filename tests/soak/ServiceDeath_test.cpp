@@ -226,8 +226,10 @@ struct Frames : IImageCallback {
     }
 };
 
+// A new part, kept in `list`. Out of line: inlined into the builder, GCC's array-bounds check
+// misreads the reference counting of the freshly made parts.
 template <typename T>
-__attribute__((noinline)) sp<T> Keep(std::vector<sp<T>>& list) {  // a new part, kept
+__attribute__((noinline)) sp<T> Keep(std::vector<sp<T>>& list) {
     sp<T> part = new T;
     list.push_back(part);
     return part;
