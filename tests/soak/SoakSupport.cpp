@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <orvex/hidl_registry.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <thread>
 
@@ -18,6 +19,20 @@ size_t CountEntries(const char* dir) {
         closedir(d);
     }
     return n;
+}
+
+// Open descriptors by number, with what each refers to; not the one reading the list.
+std::map<int, std::string> Descriptors() {
+    std::map<int, std::string> out;
+    DIR* d = opendir("/proc/self/fd");
+    while (dirent* e = d ? readdir(d) : nullptr) {
+        char target[256] = {};
+        const std::string path = std::string("/proc/self/fd/") + e->d_name;
+        if (e->d_name[0] == '.' || atoi(e->d_name) == dirfd(d)) continue;
+        out[atoi(e->d_name)] = readlink(path.c_str(), target, sizeof target - 1) > 0 ? target : "?";
+    }
+    if (d) closedir(d);
+    return out;
 }
 
 }  // namespace
@@ -46,7 +61,7 @@ QuietLog::~QuietLog() {
 Baseline::Baseline() {
     std::thread([] {}).join();
     threads_ = ThreadCount();
-    descriptors_ = DescriptorCount();
+    descriptors_ = Descriptors();
     pool_ = orvex::hidl::RpcThreadCount();
     started_ = std::chrono::steady_clock::now();
 }
@@ -55,13 +70,24 @@ void Baseline::ExpectNothingLeft() const {
     const size_t pool = orvex::hidl::RpcThreadCount();
     EXPECT_LE(pool, 2u);
     EXPECT_EQ(threads_ + (pool - pool_), ThreadCount());
-    EXPECT_EQ(descriptors_, DescriptorCount());
+    std::vector<std::string> opened;
+    for (const auto& d : Descriptors()) {
+        const auto then = descriptors_.find(d.first);
+        if (then == descriptors_.end() || then->second != d.second) {
+            opened.push_back(std::to_string(d.first) + " " + d.second);
+        }
+    }
+    EXPECT_EQ(std::vector<std::string>{}, opened);
 }
 
 int Baseline::Milliseconds() const {
     return static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(
                                 std::chrono::steady_clock::now() - started_)
                                 .count());
+}
+
+void Report(std::initializer_list<std::pair<const char*, size_t>> figures) {
+    for (const auto& f : figures) ::testing::Test::RecordProperty(f.first, static_cast<int>(f.second));
 }
 
 size_t Count(const std::vector<orvex::hostlog::Entry>& log, const std::string& message) {

@@ -5,8 +5,11 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <initializer_list>
+#include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "orvex/log_capture.h"
@@ -36,38 +39,41 @@ class QuietLog {
 class Baseline {
   public:
     Baseline();
-    // Every thread and descriptor made since is gone, but the runtime's pool threads (two at
-    // most, as the scanning service configures them), which stay for the life of the process as
-    // libhidl's do.
+    // Every thread made since is gone, but the runtime's pool threads (two at most, as the
+    // scanning service configures them), which stay for the life of the process as libhidl's
+    // do; and no descriptor is open that was not open then. Descriptors are compared by number
+    // and what they refer to, not counted, so that one an earlier soak left closing late does
+    // not hide a new one or count as one.
     void ExpectNothingLeft() const;
     int Milliseconds() const;
 
   private:
     size_t threads_;
-    size_t descriptors_;
     size_t pool_;
+    std::map<int, std::string> descriptors_;
     std::chrono::steady_clock::time_point started_;
 };
 
-// A value that threads change under a lock while others wait for a condition on it.
+// The test's figures, as properties in its report.
+void Report(std::initializer_list<std::pair<const char*, size_t>> figures);
+
+// A value that threads change under a lock while others wait for a condition on it: Read runs
+// `f` on the value under the lock and returns what it returns, Change does so and then wakes
+// the waiters, WaitFor waits up to a minute until `holds` is true of the value (false on
+// time-out).
 template <typename T>
 class Watched {
   public:
-    // Runs `f` on the value under the lock, then wakes the waiters.
-    template <typename F>
-    void Change(F f) {
-        std::unique_lock<std::mutex> lock(mLock);
-        f(mValue);
-        lock.unlock();
-        mChanged.notify_all();
-    }
-    // Runs `f` on the value under the lock and returns what it returns.
     template <typename F>
     auto Read(F f) {
         std::lock_guard<std::mutex> lock(mLock);
         return f(mValue);
     }
-    // Waits up to a minute until `holds` is true of the value; false on time-out.
+    template <typename F>
+    void Change(F f) {
+        Read(f);
+        mChanged.notify_all();
+    }
     template <typename P>
     bool WaitFor(P holds) {
         std::unique_lock<std::mutex> lock(mLock);

@@ -12,6 +12,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <regex>
 #include <set>
 #include <string>
 #include <thread>
@@ -45,41 +46,31 @@ using orvex::sim::HardwareManagerSim;
 // timer), and the service leaves no thread or descriptor behind (leaks are ASan's part).
 namespace timers {
 
-enum Story {
-    kStoppedBeforeItFires,   // started with a far deadline, stopped, destroyed: 0
-    kOwnerDestroysAfterOne,  // fires; its creator waits for that and destroys it: 1
-    kDestroysItself,         // fires; its callback destroys it: 1
-    kRestartsTwice,          // its callback starts it again twice, then destroys it: 3
-    kSpawnsAChild,           // its callback creates and starts a child that destroys itself,
-                             // then destroys itself: 1, and 1 for the child
-    kStopRacesExpiry,        // started and stopped at once, then destroyed: 0 or 1
-    kNeverStarted,           // created and destroyed: 0
-    kStories
-};
+// The stories, with their callbacks: started with a far deadline, stopped, destroyed (0);
+// fires, its creator waits for that and destroys it (1); fires, its callback destroys it (1);
+// its callback starts it again twice, then destroys it (3); its callback creates and starts a
+// child that destroys itself, then destroys itself (1, and 1 for the child); started and
+// stopped at once, then destroyed (0 or 1); created and destroyed (0).
+enum Story { kStoppedBeforeItFires, kOwnerDestroysAfterOne, kDestroysItself, kRestartsTwice,
+             kSpawnsAChild, kStopRacesExpiry, kNeverStarted, kStories };
 // The callbacks each story promises: least and most for the timer, and for its child.
 const struct {
     int least, most, child;
-} kPromised[kStories] = {{0, 0, 0}, {1, 1, 0}, {1, 1, 0}, {3, 3, 0},
-                         {1, 1, 1}, {0, 1, 0}, {0, 0, 0}};
+} kPromised[kStories] = {{0, 0, 0}, {1, 1, 0}, {1, 1, 0}, {3, 3, 0}, {1, 1, 1}, {0, 1, 0}, {0, 0, 0}};
 
 struct Record {
     Story story;
-    std::atomic<int> callbacks{0};
-    std::atomic<int> childCallbacks{0};
+    std::atomic<int> callbacks{0}, childCallbacks{0};
 };
 
 // Shared with the callbacks, which run on the service's callback thread: changed at each one.
 soak::Watched<int> gFired;
 std::atomic<size_t> gChildren{0};
 
-void Notify() {
-    gFired.Change([](int&) {});
-}
-
 void OnChild(TimerProvider* timer) {
     static_cast<Record*>(timer->p_Context)->childCallbacks++;
     TimerProvider::DestroyTimer(timer);
-    Notify();
+    gFired.Change([](int&) {});
 }
 
 bool CallbackDestroys(Story story) {
@@ -90,16 +81,15 @@ void OnTimer(TimerProvider* timer) {
     auto* record = static_cast<Record*>(timer->p_Context);
     const int n = ++record->callbacks;
     if (record->story == kSpawnsAChild) {
-        TimerProvider* child = TimerProvider::CreateNewTimer(1, OnChild, record);
         gChildren++;
-        child->Start();
+        TimerProvider::CreateNewTimer(1, OnChild, record)->Start();
     }
     if (record->story == kRestartsTwice && n < 3) {
         timer->Start();
     } else if (CallbackDestroys(record->story)) {
         TimerProvider::DestroyTimer(timer);
     }
-    Notify();
+    gFired.Change([](int&) {});
 }
 
 // One caller thread's share of the timers.
@@ -159,16 +149,12 @@ TEST(TimerProviderSoak, TenThousandTimersFromFourThreadsAndFromCallbacksEachCall
             << r.childCallbacks << " for its child";
         racedThrough += r.story == kStopRacesExpiry ? r.callbacks.load() : 0;
     }
-    size_t destroyed = 0;
-    for (size_t at = out.find("Destroying timer\n"); at != std::string::npos;
-         at = out.find("Destroying timer\n", at + 1)) {
-        ++destroyed;
-    }
-    EXPECT_EQ(kTimers + gChildren.load(), destroyed);
+    const std::regex destroying("Destroying timer\n");
+    EXPECT_EQ(kTimers + gChildren, static_cast<size_t>(std::distance(
+        std::sregex_iterator(out.begin(), out.end(), destroying), std::sregex_iterator())));
     baseline.ExpectNothingLeft();
-    RecordProperty("timers", static_cast<int>(kTimers + gChildren.load()));
-    RecordProperty("stops_that_lost_the_race", static_cast<int>(racedThrough));
-    RecordProperty("milliseconds", baseline.Milliseconds());
+    soak::Report({{"timers", kTimers + gChildren}, {"stops_that_lost_the_race", racedThrough},
+                  {"milliseconds", baseline.Milliseconds()}});
 }
 
 }  // namespace timers
@@ -241,9 +227,7 @@ TEST(HWTriggerSoak, AThousandServiceDeathsWhileKeysArePressed) {
     EXPECT_EQ(kDeaths, soak::Count(entries, "ISS HWTrigger<T>::handlDCHWManagerDeath Done "));
     EXPECT_EQ(kDeaths + 1, soak::Count(entries, "[IDCHWManager] Acquired ITrigger interface."));
     baseline.ExpectNothingLeft();  // the reader and the service's writer are gone
-    RecordProperty("deaths", static_cast<int>(kDeaths));
-    RecordProperty("keys_delivered", static_cast<int>(delivered));
-    RecordProperty("milliseconds", milliseconds);
+    soak::Report({{"deaths", kDeaths}, {"keys_delivered", delivered}, {"milliseconds", milliseconds}});
 }
 
 }  // namespace trigger
@@ -286,8 +270,7 @@ struct Ledger {
     // (2 * cycle + 1) while the module is held with the cycle's callback in place.
     std::atomic<uint64_t> state{0};
     std::atomic<unsigned> releasedThrough{0};
-    std::atomic<size_t> late{0};
-    std::atomic<size_t> malformed{0};
+    std::atomic<size_t> late{0}, malformed{0};
     soak::Watched<Deliveries> seen;
 };
 
@@ -369,43 +352,34 @@ void Soak(const std::function<bool(uint64_t)>& send,
         }
         for (const auto& messages : owed) {
             for (const auto& message : messages) {
-                ++owedCount;
                 const auto it = d.byId.find(message.first);
                 missing += it == d.byId.end();
                 misrouted += it != d.byId.end() && it->second.second != message.second;
             }
+            owedCount += messages.size();
         }
     });
-    EXPECT_EQ(0u, ledger.late.load());
-    EXPECT_EQ(0u, ledger.malformed.load());
-    EXPECT_EQ(0u, missing);
-    EXPECT_EQ(0u, repeated);
-    EXPECT_EQ(0u, misrouted);
+    // Late, malformed, missing, repeated, misrouted.
+    EXPECT_EQ(std::vector<size_t>(5, 0),
+              (std::vector<size_t>{ledger.late, ledger.malformed, missing, repeated, misrouted}));
     // Each cycle waited for deliveries, so the flood did reach held modules.
     EXPECT_GE(delivered, kCycles * kDeliveriesPerCycle);
     baseline.ExpectNothingLeft();
-    ::testing::Test::RecordProperty("cycles", static_cast<int>(kCycles));
-    ::testing::Test::RecordProperty("sent", static_cast<int>(sent[0] + sent[1] + sent[2]));
-    ::testing::Test::RecordProperty("delivered", static_cast<int>(delivered));
-    ::testing::Test::RecordProperty("owed", static_cast<int>(owedCount));
-    ::testing::Test::RecordProperty("milliseconds", milliseconds);
+    soak::Report({{"cycles", kCycles}, {"sent", sent[0] + sent[1] + sent[2]},
+                  {"delivered", delivered}, {"owed", owedCount}, {"milliseconds", milliseconds}});
 }
 
 TEST(CallbackFloodSoak, SerialDataFromServiceThreadsWhileTheTransportIsReleasedAndReacquired) {
     soak::QuietLog quiet;
-    sp<orvex::sim::FakeSerial> serial;
     HardwareManagerSim sim(false);
-    sim.AddBuilder([&serial](FakeDCHWManager& manager) {
-        serial = new orvex::sim::FakeSerial;
-        manager.SetSerial(serial);
-    });
+    sp<orvex::sim::FakeSerial> serial = new orvex::sim::FakeSerial;
+    sim.AddBuilder([serial](FakeDCHWManager& manager) { manager.SetSerial(serial); });
     sim.Start();
     SerialPort<(AndroidVersion)10> module;
     Soak(
         [serial](uint64_t id) {
-            std::vector<uint8_t> bytes(sizeof id);
-            memcpy(bytes.data(), &id, sizeof id);
-            return serial->Receive(bytes);
+            const auto* bytes = reinterpret_cast<const uint8_t*>(&id);
+            return serial->Receive(std::vector<uint8_t>(bytes, bytes + sizeof id));
         },
         [&](FloodCallback* callback) {
             ASSERT_TRUE(module.Initialize(callback));
@@ -420,12 +394,9 @@ TEST(CallbackFloodSoak, SerialDataFromServiceThreadsWhileTheTransportIsReleasedA
 
 TEST(CallbackFloodSoak, PlugChangesFromServiceThreadsWhileTheNotifierIsReleasedAndReacquired) {
     soak::QuietLog quiet;
-    sp<orvex::sim::FakePlugableDeviceNotifier> notifier;
     HardwareManagerSim sim(false);
-    sim.AddBuilder([&notifier](FakeDCHWManager& manager) {
-        notifier = new orvex::sim::FakePlugableDeviceNotifier;
-        manager.SetPlugableDeviceNotifier(notifier);
-    });
+    sp<orvex::sim::FakePlugableDeviceNotifier> notifier = new orvex::sim::FakePlugableDeviceNotifier;
+    sim.AddBuilder([notifier](FakeDCHWManager& m) { m.SetPlugableDeviceNotifier(notifier); });
     sim.Start();
     PlugableDeviceNotifier<(AndroidVersion)10> module;
     Soak(
@@ -473,11 +444,12 @@ size_t FrameMappings() {
     return n;
 }
 
+// `pattern`: sampled bytes across the whole frame matched the fake's pattern; `late`: arrived
+// after its scan's Disable returned.
 struct Frame {
     unsigned cycle;
     uint8_t firstByte;
-    bool pattern;  // sampled bytes across the whole frame matched the fake's pattern
-    bool late;     // arrived after its scan's Disable returned
+    bool pattern, late;
     uint64_t number;
     bool mappedAfterReturn;
 };
@@ -621,10 +593,9 @@ TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
         // The fake numbers its frames in order, so a frame seen twice breaks the order.
         repeated += i > 0 && f.number <= frames[i - 1].number;
     }
-    EXPECT_EQ(0u, late);
-    EXPECT_EQ(0u, mappedAfterReturn);
-    EXPECT_EQ(0u, wrong);
-    EXPECT_EQ(0u, repeated);
+    // Late, mapped after return, wrong, repeated.
+    EXPECT_EQ(std::vector<size_t>(4, 0),
+              (std::vector<size_t>{late, mappedAfterReturn, wrong, repeated}));
     const std::vector<orvex::hostlog::Entry> entries = log.WithTag("ScannerFramework");
     EXPECT_EQ(0u, soak::Count(entries, "[FrameCallback::onFrame] mmap failed\n"));
     EXPECT_EQ(0u, soak::Count(entries, "[FrameCallback::onFrameAvailable] OnReceiveFrame failed"));
@@ -632,9 +603,7 @@ TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
               soak::Count(entries, "[V4L2ImagerAdapterHIDLProxy::Enable] Transport is registerd"));
     baseline.ExpectNothingLeft();  // the fake's streaming thread ended with the service
     EXPECT_EQ(0u, FrameMappings());
-    RecordProperty("scans", static_cast<int>(kCycles));
-    RecordProperty("frames_delivered", static_cast<int>(frames.size()));
-    RecordProperty("milliseconds", milliseconds);
+    soak::Report({{"scans", kCycles}, {"frames_delivered", frames.size()}, {"milliseconds", milliseconds}});
 }
 
 }  // namespace frames

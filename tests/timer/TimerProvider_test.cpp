@@ -85,10 +85,10 @@ TEST_F(TimerProviderTest, OneShotsFireInDeadlineOrderOnTheCallbackThreadAndStopD
     const Clock::time_point started = Clock::now();
     for (TimerProvider* timer : {late, witness, restarted, stopped, early}) timer->Start();
     EXPECT_TRUE(witness->IsStarted());
-    EXPECT_EQ(1, witness->ts_TimerSpec.it_value.tv_sec);
-    EXPECT_EQ(250000000, witness->ts_TimerSpec.it_value.tv_nsec);
-    EXPECT_EQ(0, witness->ts_TimerSpec.it_interval.tv_sec);
-    EXPECT_EQ(0, witness->ts_TimerSpec.it_interval.tv_nsec);
+    const itimerspec& spec = witness->ts_TimerSpec;
+    EXPECT_EQ((std::vector<long>{1, 250000000, 0, 0}),
+              (std::vector<long>{spec.it_value.tv_sec, spec.it_value.tv_nsec,
+                                 spec.it_interval.tv_sec, spec.it_interval.tv_nsec}));
     stopped->Stop();
     EXPECT_FALSE(stopped->IsStarted());
     stopped->Stop();  // not started: returns at once
@@ -97,9 +97,9 @@ TEST_F(TimerProviderTest, OneShotsFireInDeadlineOrderOnTheCallbackThreadAndStopD
 
     ASSERT_TRUE(recorder.WaitFor(4));
     std::vector<Recorder::Firing> firings = recorder.Firings();
-    std::vector<TimerProvider*> order;
-    for (const Recorder::Firing& f : firings) order.push_back(f.timer);
-    EXPECT_EQ((std::vector<TimerProvider*>{early, restarted, witness, late}), order);
+    EXPECT_EQ((std::vector<TimerProvider*>{early, restarted, witness, late}),
+              (std::vector<TimerProvider*>{firings[0].timer, firings[1].timer, firings[2].timer,
+                                           firings[3].timer}));
     EXPECT_EQ(&recorder, firings[2].context);
     EXPECT_NE(std::this_thread::get_id(), firings[2].thread);
     EXPECT_GE(firings[2].at - started, milliseconds(1240));
@@ -157,9 +157,9 @@ TEST_F(TimerProviderTest, DestroyFromItsOwnCallbackWaitsAndEndingTheServiceDestr
     TimerProvider::DeInitialize();
     EXPECT_EQ("Destroying timer\nDestroying timer\nDestroying timer\nDestroying timer\n",
               testing::internal::GetCapturedStdout());
-    EXPECT_EQ(-1, TimerProvider::ms_EpollReadFd);
-    EXPECT_EQ(-1, TimerProvider::ms_EpollWriteFd);
-    EXPECT_EQ(-1, TimerProvider::ms_efd);
+    EXPECT_EQ((std::vector<int>{-1, -1, -1}),
+              (std::vector<int>{TimerProvider::ms_EpollReadFd, TimerProvider::ms_EpollWriteFd,
+                                TimerProvider::ms_efd}));
     EXPECT_EQ(nullptr, TimerProvider::tq_CallbacktransferQueue);
 }
 
@@ -171,47 +171,38 @@ TimerProvider* NewTimer() {
 TEST(TimerProviderDeathTest, RequestTheServiceCannotHonourEndsTheProcess) {
     static int stranger;  // an address the service never saw
     const struct {
-        const char* what;
         void (*body)();
         const char* description;
         int line;
     } cases[] = {
-        {"unknown kind", [] { SendRaw(6, NewTimer()); },
+        {[] { SendRaw(6, NewTimer()); },
          "[TimerProvider::ThreadProc] Unknown message sent to Timer thread 6", 469},
-        {"start unknown", [] { SendRaw(0, &stranger); },
+        {[] { SendRaw(0, &stranger); },
          "[TimerProvider::OnStartTimer] Trying to start a timer which is already destroyed", 275},
-        {"stop unknown", [] { SendRaw(1, &stranger); },
-         "Trying to stop a timer which is already destroyed", 325},
-        {"destroy unknown", [] { SendRaw(2, &stranger); },
+        {[] { SendRaw(1, &stranger); }, "Trying to stop a timer which is already destroyed", 325},
+        {[] { SendRaw(2, &stranger); },
          "[TimerProvider::OnDestroyTimer] Trying to destroy a timer which is already destroyed",
          233},
-        {"create twice", [] { SendRaw(3, NewTimer()); },
-         "[TimerProvider::OnCreateTimer] Timer already registered", 224},
-        {"destroy twice",
-         [] {
-             TimerProvider* timer = NewTimer();
-             TimerProvider::DestroyTimer(timer);
-             TimerProvider::DestroyTimer(timer);
+        {[] { SendRaw(3, NewTimer()); }, "[TimerProvider::OnCreateTimer] Timer already registered",
+         224},
+        {[] {
+             TimerProvider* t = NewTimer();
+             TimerProvider::DestroyTimer(t), TimerProvider::DestroyTimer(t);
          },
          "[TimerProvider::OnDestroyTimer] Trying to destroy a timer which is already destroyed",
          233},
-        {"deinitialize from the callback thread",
-         [] {
-             TimerProvider::CreateNewTimer(
-                 10, [](TimerProvider*) { TimerProvider::DeInitialize(); }, nullptr)
-                 ->Start();
+        {[] {
+             auto end = [](TimerProvider*) { TimerProvider::DeInitialize(); };
+             TimerProvider::CreateNewTimer(10, end, nullptr)->Start();
          },
          "[TimerProvider::DeInitialize] Deinitialize should not be called from the callback "
          "thread",
          107},
-        {"unknown callback message",
-         [] {
-             TimerProvider::tq_CallbacktransferQueue->Push(new TimerProvider::Message{7, nullptr});
-         },
+        {[] { TimerProvider::tq_CallbacktransferQueue->Push(new TimerProvider::Message{7, {}}); },
          "[TimerProvider::CallbackProc] Unknown ID received to the callback proc", 545},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
+        SCOPED_TRACE(c.description);
         EXPECT_DEATH(
             {
                 TimerProvider::Initialize();
