@@ -22,6 +22,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <sstream>
 #include <thread>
@@ -301,7 +302,6 @@ struct World {
 
     std::string Do(const std::string& op);
     void New();
-    std::string CallsOf(std::string who);
 };
 
 World* gWorld = nullptr;
@@ -338,31 +338,6 @@ std::string Facts() {
 // "@serial0" the first's); then the module's own steps.
 std::string World::Do(const std::string& op) {
     const std::string arg = op.substr(op.find(':') + 1);
-    if (op == "hw+") return sim.Start(), "";
-    if (op == "hw!") return sim.Kill(), "";
-    if (op == "hw-") return sim.Remove(), "";
-    if (op == "mortal") return hidl::RegisterService<dch::IDCHWManager>(new MortalManager), "";
-    if (op == "beep+") return hidl::RegisterService<IBeep>(Keep(beeps)), "";
-    if (op == "beep!") return FakeHardwareBeep::Kill(), "";
-    if (op == "beep-") return FakeHardwareBeep::Remove(), "";
-    if (op == "light+") return lights.push_back(FakeHidlLight::Register()), "";
-    if (op == "light!") return hidl::KillService(ILight::descriptor, "default"), "";
-    if (op == "aidl+") {
-        aidl = new Stoppable<FakeAidlLights>(FakeAidlLights::DefaultLights());
-        orvex::binder::Declare(FakeAidlLights::InstanceName());
-        return S(android::defaultServiceManager()->addService(
-            android::String16(FakeAidlLights::InstanceName().c_str()),
-            orvex::binder::AsRemote(aidl)));
-    }
-    if (op == "aidl!") return aidl->dead = true, "";
-    if (op == "aidl#") return S(aidl->SetCalls().size());
-    if (op == "audio+")
-        return S(android::defaultServiceManager()->addService(
-            android::String16(FakeAudioService::kServiceName),
-            orvex::binder::AsRemote(audio = new Stoppable<FakeAudioService>)));
-    if (op == "audio!") return audio->dead = true, "";
-    if (op == "audio#") return S(audio->Transactions().size());
-    if (op == "log") return log.emplace(), "";
     if (op == "logged") {
         std::vector<std::string> lines;
         for (const Entry& e : log->WithTag("ScannerFramework")) lines.push_back(Letter(e));
@@ -381,131 +356,130 @@ std::string World::Do(const std::string& op) {
         gDieAt = arg.substr(0, arg.find(" then "));
         return gThen = arg.substr(std::min(arg.size(), gDieAt.size() + 6)), "";
     }
-    // Not a timed assertion: the time only lets a late handling do harm before the end.
-    if (op == "sleep") return std::this_thread::sleep_for(std::chrono::milliseconds(200)), "";
-    if (op == "del") return Drop(), "";
-    if (op == "novib") return vibrator = false, "";
-    if (op == "timer+") return TimerProvider::Initialize(), "";
-    if (op == "timer-") return TimerProvider::DeInitialize(), "";
-    if (op == "facts") return Facts();
-    if (op[0] == '@') return CallsOf(op.substr(1));
-    // The module's steps; a step several modules have goes to the one this row made.
+    if (op.rfind("keys", 0) == 0) {  // keysN: keys pressed on the trigger reach the caller
+        const std::string n = op.substr(4);
+        return S(triggers.back()->Press(1, std::stoul(n), std::stoul(n)) &&
+                 keys.WaitFor(n + "." + n, 1, kWait));
+    }
     char byte = 1;
     unsigned char ubyte = 1;
     std::vector<uint8_t> command = kCommand;
     const uint64_t before = frames.count;
     auto ctl = [&] { return control ? control : (control = imager->getImagerControlHIDLProxy()); };
     auto adp = [&] { return adapter ? adapter : (adapter = imager->getImagerAdapterHIDLProxy()); };
-    if (op == "new") return New(), "";
-    if (op == "Initialize" && trigger) return S(trigger->Initialize(&keys));
-    if (op == "Initialize" && serial) return S(serial->Initialize(&data));
-    if (op == "Initialize") return S(feedback->InitializeFeedback());
-    if (op == "IsSupported") return S(feedback->IsSupported());
-    if (op == "Prepare") return S(feedback->PrepareFeedbackForTrigger());
-    if (op == "Trigger") return S(feedback->TriggerFeedback());
-    if (op == "Reset") return S(feedback->ResetFeedback());
-    if (op == "ovc") return feedback->SetParameter("ignore_ovc_volume", "true"), "";
-    if (op == "decoding") return feedback->SetParameter("decoding_led_feedback", "true"), "";
-    if (op == "timer20") return feedback->SetParameter("good_decode_led_timer", "20"), "";
-    if (op == "refuses") return beeps.back()->ScriptStartBeep({0}), "";
-    if (op == "Acquire" && trigger) return S(trigger->AcquireHWTrigger());
-    if (op == "Release" && trigger) return S(trigger->ReleaseHWTrigger());
-    if (op == "Start" && trigger) return S(trigger->StartTrigger());
-    if (op == "Stop" && trigger) return S(trigger->StopTrigger());
-    if (op == "Simulate") return S(trigger->SimulateTrigger(1, 2));
-    if (op == "Pressed") return S(trigger->GetPressedTrigger());
-    if (op == "ResetPressed") return S(trigger->ResetPressedTrigger());
-    if (op == "requeued") return S(triggers.back()->calls().WaitFor("setKeyEventQueue", 1, kWait));
-    if (op == "started") return S(triggers.back()->calls().Count("startTrigger"));
-    if (op.rfind("keys", 0) == 0) {  // keysN: keys pressed on the trigger reach the caller
-        const std::string n = op.substr(4);
-        return S(triggers.back()->Press(1, std::stoul(n), std::stoul(n)) &&
-                 keys.WaitFor(n + "." + n, 1, kWait));
-    }
-    if (op == "Acquire" && serial) return S(serial->AcquireSerialInterface());
-    if (op == "Release") return S(serial->ReleaseSerialInterface());
-    if (op == "Start") return S(serial->StartTransport("/dev/ttyHS1", 9600, false));
-    if (op == "Stop") return S(serial->StopTransport());
-    if (op == "IoCtl") return S(serial->IoControl(static_cast<TransportIOControlCodes>(1), 1));
-    if (op == "Write") return S(serial->ProcessRequest(&byte, 1));
-    if (op == "AcquireFW") return S(serial->AcquireFWSerialInterface());
-    if (op == "FWOpen") return S(serial->FWOpenSerialPort("/dev/ttyHS0"));
-    if (op == "FWClose") return S(serial->FWCloseSerialPort());
-    if (op == "FWIoCtl") return S(serial->FWIoCtl(1, 2, 3));
-    if (op == "FWWrite") return S(serial->FWWritePort(1, &ubyte));
-    if (op == "FWRead") return S(serial->FWReadPort());
-    if (op == "FWPoll") return S(serial->FWPoll());
-    if (op == "rx") return S(serials.back()->Receive({0x12, 0xAB}));  // the port sends
-    if (op == "rx0") return S(serials.front()->Receive({0x12, 0xAB}));
-    if (op == "got") return Join(data.Calls());
-    if (op == "Acquire") return S(plug->AcquirePlugableDeviceNotifier());
-    if (op == "InitSSI") return S(plug->InitializeSSI(&changes, static_cast<ScannerType>(2)));
-    if (op == "Port") return S(plug->GetPortName());
-    if (op == "plugin") return S(notifiers.back()->RaiseConnectionChanged(true, "/dev/ttyUSB0", 2));
-    if (op == "plugin0") return S(notifiers[0]->RaiseConnectionChanged(true, "/dev/ttyUSB0", 2));
-    if (op == "plugout")
-        return S(notifiers.back()->RaiseConnectionChanged(false, "/dev/ttyUSB1", -1));
-    if (op == "changes") return Join(changes.Calls());
-    if (op == "Init" && swap) return S(swap->Init());
-    if (op == "Enter") return S(swap->EnterBatterySwap());
-    if (op == "Exit") return S(swap->ExitBatterySwap());
-    if (op == "in") return S(handlers.back()->InBatterySwap());
-    if (op == "Init") return S(camera->Init());
-    if (op == "DeInit") return S(camera->DeInit());
-    if (op == "Tag") return S(camera->GetCameraVendorTagID("com.tevrin.imager.gain"));
-    if (op == "alone")
-        return adapter = (alone = std::make_unique<V4L2ImagerAdapterHIDLProxy>()).get(), "";
-    if (op == "Open") return S(imager->openImager());
-    if (op == "Close") return S(imager->closeImager());
-    if (op == "Type") return S(imager->getImagerInterfaceType());
-    if (op == "Engine") return S(imager->getEngineID());
-    if (op == "deInit") return imager->deInit(), control = nullptr, adapter = nullptr, "";
-    if (op == "ctl") return S(ctl() != nullptr);
-    if (op == "Cmd")
-        return reply.assign(4, 0xEE),
-               S(ctl()->sendCommand(command.data(), 2, reply.data(), 4, 0, 0));
-    if (op == "reply") return Join(std::vector<int>(reply.begin(), reply.end()));
-    if (op == "Settle") return S(ctl()->configureSettleCount(2));
-    if (op == "open#") return S(imagers.back()->OpenCount());
-    if (op == "adp") return S(adp() != nullptr);
-    if (op == "InitA") return S(adp()->InitAdapter("V4L2Adapter", kSize));
-    if (op == "killer") return frames.kill = true, "";
-    if (op == "Enable") return S(adp()->Enable(&frames));
-    if (op == "StartS") return S(adp()->StartStreaming());
-    if (op == "StopS") return S(adp()->StopStreaming(false, 0));
-    if (op == "Disable") return S(adp()->Disable());
-    if (op == "Param") return S(adp()->GetParameter("exposure"));
-    if (op == "Streaming") return S(adp()->IsStreaming());
-    if (op == "stream") {  // initialise, enable, start: a first new frame reaches the caller
-        return S(adp()->InitAdapter("V4L2Adapter", kSize) == 0 && adp()->Enable(&frames) == 0 &&
-                 adp()->StartStreaming() == 0 && adapters.back()->WaitForFrames(1) &&
-                 frames.count > before);
-    }
-    if (op == "frame1") return S(adapters.back()->WaitForFrames(1));
-    if (op == "whole") return S(frames.whole.load());
-    if (op == "frames") return S(frames.count.load());
-    if (op == "delivered") return S(adapters.back()->FramesDelivered());
-    if (op == "delivered0") return S(adapters[0]->FramesDelivered());
-    if (op == "allsent") return S(frames.count == adapters[0]->FramesDelivered());
-    return kUnknown;
-}
-
-std::string World::CallsOf(std::string who) {
-    const bool first = who.back() == '0';
-    if (first) who.pop_back();
-    auto of = [&](const auto& list) {
-        return Join((first ? list[0] : list.back())->calls().Calls());
+    // The fakes' calls: "@serial" the current instance's, "@serial0" the first's.
+    auto of = [](const auto& parts, bool first) {
+        return Join((first ? parts.front() : parts.back())->calls().Calls());
     };
-    if (who == "hw") return Join(sim.manager()->calls().Calls());
-    if (who == "beep") return Join(beeps.back()->Calls());
-    if (who == "light") return Join(lights.back()->Calls());
-    if (who == "fw") return Join(serials.back()->Firmware()->calls().Calls());
-    if (who == "serial") return of(serials);
-    if (who == "plug") return of(notifiers);
-    if (who == "swap") return of(handlers);
-    if (who == "tags") return of(tags);
-    if (who == "imager") return of(imagers);
-    return who == "control" ? of(controls) : kUnknown;
+    // An entry under IF serves its step only in a row whose module it names.
+    // clang-format off
+#define OP(name, ...) {name, [&]() -> std::string { return S(__VA_ARGS__); }}
+#define IF(module, name, ...) {name, [&]() { return module ? S(__VA_ARGS__) : kUnknown; }}
+    const std::pair<const char*, std::function<std::string()>> steps[] = {
+        OP("hw+", (sim.Start(), "")), OP("hw!", (sim.Kill(), "")), OP("hw-", (sim.Remove(), "")),
+        OP("mortal", (hidl::RegisterService<dch::IDCHWManager>(new MortalManager), "")),
+        OP("beep+", (hidl::RegisterService<IBeep>(Keep(beeps)), "")),
+        OP("beep!", (FakeHardwareBeep::Kill(), "")), OP("beep-", (FakeHardwareBeep::Remove(), "")),
+        OP("light+", (lights.push_back(FakeHidlLight::Register()), "")),
+        OP("light!", (hidl::KillService(ILight::descriptor, "default"), "")),
+        OP("aidl+", (aidl = new Stoppable<FakeAidlLights>(FakeAidlLights::DefaultLights()),
+                     orvex::binder::Declare(FakeAidlLights::InstanceName()),
+                     android::defaultServiceManager()->addService(
+                         android::String16(FakeAidlLights::InstanceName().c_str()),
+                         orvex::binder::AsRemote(aidl)))),
+        OP("aidl!", (aidl->dead = true, "")), OP("aidl#", aidl->SetCalls().size()),
+        OP("audio+", android::defaultServiceManager()->addService(
+                         android::String16(FakeAudioService::kServiceName),
+                         orvex::binder::AsRemote(audio = new Stoppable<FakeAudioService>))),
+        OP("audio!", (audio->dead = true, "")), OP("audio#", audio->Transactions().size()),
+        OP("log", (log.emplace(), "")), OP("del", (Drop(), "")),
+        OP("novib", (vibrator = false, "")),
+        // Not a timed assertion: the time only lets a late handling do harm before the end.
+        OP("sleep", (std::this_thread::sleep_for(std::chrono::milliseconds(200)), "")),
+        OP("timer+", (TimerProvider::Initialize(), "")),
+        OP("timer-", (TimerProvider::DeInitialize(), "")),
+        OP("facts", Facts()), OP("new", (New(), "")),
+        OP("@hw", Join(sim.manager()->calls().Calls())), OP("@beep", Join(beeps.back()->Calls())),
+        OP("@light", Join(lights.back()->Calls())),
+        OP("@fw", Join(serials.back()->Firmware()->calls().Calls())),
+        OP("@serial", of(serials, false)), OP("@serial0", of(serials, true)),
+        OP("@plug", of(notifiers, false)), OP("@plug0", of(notifiers, true)),
+        OP("@swap", of(handlers, false)), OP("@swap0", of(handlers, true)),
+        OP("@tags", of(tags, false)), OP("@tags0", of(tags, true)),
+        OP("@imager", of(imagers, false)), OP("@imager0", of(imagers, true)),
+        OP("@control", of(controls, false)),
+        // The module's steps; a step several modules have goes to the one this row made.
+        IF(trigger, "Initialize", trigger->Initialize(&keys)),
+        IF(serial, "Initialize", serial->Initialize(&data)),
+        OP("Initialize", feedback->InitializeFeedback()),
+        OP("IsSupported", feedback->IsSupported()), OP("Reset", feedback->ResetFeedback()),
+        OP("Prepare", feedback->PrepareFeedbackForTrigger()),
+        OP("Trigger", feedback->TriggerFeedback()),
+        OP("ovc", (feedback->SetParameter("ignore_ovc_volume", "true"), "")),
+        OP("decoding", (feedback->SetParameter("decoding_led_feedback", "true"), "")),
+        OP("timer20", (feedback->SetParameter("good_decode_led_timer", "20"), "")),
+        OP("refuses", (beeps.back()->ScriptStartBeep({0}), "")),
+        IF(trigger, "Acquire", trigger->AcquireHWTrigger()),
+        IF(trigger, "Release", trigger->ReleaseHWTrigger()),
+        IF(trigger, "Start", trigger->StartTrigger()), IF(trigger, "Stop", trigger->StopTrigger()),
+        OP("Simulate", trigger->SimulateTrigger(1, 2)), OP("Pressed", trigger->GetPressedTrigger()),
+        OP("ResetPressed", trigger->ResetPressedTrigger()),
+        OP("requeued", triggers.back()->calls().WaitFor("setKeyEventQueue", 1, kWait)),
+        OP("started", triggers.back()->calls().Count("startTrigger")),
+        IF(serial, "Acquire", serial->AcquireSerialInterface()),
+        OP("Release", serial->ReleaseSerialInterface()),
+        OP("Start", serial->StartTransport("/dev/ttyHS1", 9600, false)),
+        OP("Stop", serial->StopTransport()),
+        OP("IoCtl", serial->IoControl(static_cast<TransportIOControlCodes>(1), 1)),
+        OP("Write", serial->ProcessRequest(&byte, 1)),
+        OP("AcquireFW", serial->AcquireFWSerialInterface()),
+        OP("FWOpen", serial->FWOpenSerialPort("/dev/ttyHS0")),
+        OP("FWClose", serial->FWCloseSerialPort()),
+        OP("FWIoCtl", serial->FWIoCtl(1, 2, 3)), OP("FWWrite", serial->FWWritePort(1, &ubyte)),
+        OP("FWRead", serial->FWReadPort()), OP("FWPoll", serial->FWPoll()),
+        OP("rx", serials.back()->Receive({0x12, 0xAB})),  // the port sends
+        OP("rx0", serials.front()->Receive({0x12, 0xAB})), OP("got", Join(data.Calls())),
+        OP("Acquire", plug->AcquirePlugableDeviceNotifier()),
+        OP("InitSSI", plug->InitializeSSI(&changes, static_cast<ScannerType>(2))),
+        OP("Port", plug->GetPortName()),
+        OP("plugin", notifiers.back()->RaiseConnectionChanged(true, "/dev/ttyUSB0", 2)),
+        OP("plugin0", notifiers[0]->RaiseConnectionChanged(true, "/dev/ttyUSB0", 2)),
+        OP("plugout", notifiers.back()->RaiseConnectionChanged(false, "/dev/ttyUSB1", -1)),
+        OP("changes", Join(changes.Calls())),
+        IF(swap, "Init", swap->Init()), OP("Enter", swap->EnterBatterySwap()),
+        OP("Exit", swap->ExitBatterySwap()), OP("in", handlers.back()->InBatterySwap()),
+        OP("Init", camera->Init()), OP("DeInit", camera->DeInit()),
+        OP("Tag", camera->GetCameraVendorTagID("com.tevrin.imager.gain")),
+        OP("alone", (adapter = (alone = std::make_unique<V4L2ImagerAdapterHIDLProxy>()).get(), "")),
+        OP("Open", imager->openImager()), OP("Close", imager->closeImager()),
+        OP("Type", imager->getImagerInterfaceType()), OP("Engine", imager->getEngineID()),
+        OP("deInit", (imager->deInit(), control = nullptr, adapter = nullptr, "")),
+        OP("ctl", ctl() != nullptr), OP("Settle", ctl()->configureSettleCount(2)),
+        OP("Cmd", (reply.assign(4, 0xEE),
+                   ctl()->sendCommand(command.data(), 2, reply.data(), 4, 0, 0))),
+        OP("reply", Join(std::vector<int>(reply.begin(), reply.end()))),
+        OP("open#", imagers.back()->OpenCount()), OP("adp", adp() != nullptr),
+        OP("InitA", adp()->InitAdapter("V4L2Adapter", kSize)),
+        OP("killer", (frames.kill = true, "")),
+        OP("Enable", adp()->Enable(&frames)), OP("StartS", adp()->StartStreaming()),
+        OP("StopS", adp()->StopStreaming(false, 0)), OP("Disable", adp()->Disable()),
+        OP("Param", adp()->GetParameter("exposure")), OP("Streaming", adp()->IsStreaming()),
+        // Initialise, enable, start: a first new frame reaches the caller.
+        OP("stream", adp()->InitAdapter("V4L2Adapter", kSize) == 0 &&
+                     adp()->Enable(&frames) == 0 && adp()->StartStreaming() == 0 &&
+                     adapters.back()->WaitForFrames(1) && frames.count > before),
+        OP("frame1", adapters.back()->WaitForFrames(1)), OP("whole", frames.whole.load()),
+        OP("frames", frames.count.load()), OP("delivered", adapters.back()->FramesDelivered()),
+        OP("delivered0", adapters[0]->FramesDelivered()),
+        OP("allsent", frames.count == adapters[0]->FramesDelivered())};
+#undef OP
+#undef IF
+    // clang-format on
+    for (const auto& [name, run] : steps) {
+        const std::string got = op == name ? run() : kUnknown;
+        if (got != kUnknown) return got;
+    }
+    return kUnknown;
 }
 
 void World::New() {
