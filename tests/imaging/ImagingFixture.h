@@ -7,14 +7,11 @@
 #include "FakeImagerControl.h"
 #include "HardwareManagerSim.h"
 
-namespace orvex {
-namespace test {
+namespace orvex::test {
 
 // Which parts the simulated hardware manager hands out.
 struct ImagerParts {
-    bool imager = true;
-    bool control = true;
-    bool adapter = true;
+    bool imager = true, control = true, adapter = true;
 };
 
 class SimImager {
@@ -43,5 +40,4 @@ class SimImager {
     sim::HardwareManagerSim mSim;
 };
 
-}  // namespace test
-}  // namespace orvex
+}  // namespace orvex::test
