@@ -221,10 +221,10 @@ TEST(DeviceInfo, AnswersAndLinesOfEachFact) {
              "D [DeviceInfo::GetABI] ABI x86_64\n" +
              decryption + "\n" + decryption + "\n" + decryption + "trigger_restart_framework\n"},
         // The camera check frees the manager and each metadata but keeps the id list.
-        {"cameras=0=front\n1=back\n", "IsRearCameraAvaialable camera-calls idlists",
+        {"cameras=0=front\n1=back\n", "IsRearCameraAvaialable camera-calls",
          "true\n" + created + camera("0") + camera("1") + "ACameraManager_delete\n1\n"},
         {"cameras=0=none\n", "IsFrontCameraAvaialable camera-calls",
-         "false\n" + created + camera("0") + "ACameraManager_delete\n"}};
+         "false\n" + created + camera("0") + "ACameraManager_delete\n1\n"}};
     // Cameras come from the camera service, then from properties.
     const std::string rearStoi = "E [DeviceInfo::IsRearCameraAvaialable] Exception. stoi\n";
     const std::string frontStoi = "E [DeviceInfo::IsFrontCameraAvaialable] Exception. stoi\n";

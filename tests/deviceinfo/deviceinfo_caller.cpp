@@ -11,7 +11,7 @@
 //                             answer (strings in brackets)
 //     setprop NAME VALUE      change a system property of this process
 //     scanners                print the scanner list: "count N", then "I<TAB>NAME<TAB>MODEL",
-//                             or "exception TYPE: WHAT" for an exception
+//                             or "exception TYPE: WHAT" for an invalid_argument or out_of_range
 //     same                    print "same" when both builder operations and ImagerInfoUtils
 //                             answer one object each
 //     race N                  N threads make the first builder calls together; print "same"
@@ -21,8 +21,8 @@
 //     hwinfo                  GetAbstractedPlatformModule(12): print its name and both SKU
 //                             answers, or "null"; then DeletePlatformModule
 //     hwinfo-named NAME       GetPlatformModule(12, NAME): print "module" or "null"; delete it
-//     camera-calls            print the camera NDK calls made so far, one per line
-//     idlists                 print the number of camera id lists not freed
+//     camera-calls            print the camera NDK calls made so far, one per line, then the
+//                             number of camera id lists not freed
 
 #include <dlfcn.h>
 #include <stdio.h>
@@ -30,7 +30,9 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <functional>
 #include <future>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -123,158 +125,128 @@ Func Symbol(const char* name) {
     return reinterpret_cast<Func>(symbol);
 }
 
-const char* kGetInfo = "_ZN3odk17DeviceInfoBuilder21GetDeviceInfoInstanceEv";
-const char* kGetScanners = "_ZN3odk17DeviceInfoBuilder31GetSupportedScannerInfoInstanceEv";
-const char* kGetImager = "_ZN15ImagerInfoUtils21getImagerInfoInstanceEv";
-
 template <typename View, typename Func>
 View* Get(const char* name) {
     return reinterpret_cast<View*>(Symbol<Func>(name)());
 }
 
-DeviceInfoView* Info() { return Get<DeviceInfoView, GetDeviceInfoFunc>(kGetInfo); }
-SupportedScannerInfoView* Scanners() {
-    return Get<SupportedScannerInfoView, GetScannerInfoFunc>(kGetScanners);
+DeviceInfoView* Info() {
+    return Get<DeviceInfoView, GetDeviceInfoFunc>(
+        "_ZN3odk17DeviceInfoBuilder21GetDeviceInfoInstanceEv");
 }
-ImagerInfoUtilsView* Imager() { return Get<ImagerInfoUtilsView, GetImagerInfoFunc>(kGetImager); }
+SupportedScannerInfoView* Scanners() {
+    return Get<SupportedScannerInfoView, GetScannerInfoFunc>(
+        "_ZN3odk17DeviceInfoBuilder31GetSupportedScannerInfoInstanceEv");
+}
+ImagerInfoUtilsView* Imager() {
+    return Get<ImagerInfoUtilsView, GetImagerInfoFunc>(
+        "_ZN15ImagerInfoUtils21getImagerInfoInstanceEv");
+}
 
 const char* Bool(bool value) { return value ? "true" : "false"; }
-
-// Each prints the answer and gives how many arguments the operation took.
-int Print(bool value) { return printf("%s\n", Bool(value)), 0; }
-int Print(int value) { return printf("%d\n", value), 0; }
-int Print(const std::string& value) { return printf("[%s]\n", value.c_str()), 0; }
-
-// Runs one DeviceInfo or SupportedScannerInfo operation; -1 for an unknown name.
-int Call(const std::string& op, const std::string& arg) {
-    if (op == "IsRearCameraAvaialable") return Print(Info()->IsRearCameraAvaialable());
-    if (op == "IsFrontCameraAvaialable") return Print(Info()->IsFrontCameraAvaialable());
-    if (op == "GetPlatformName") return Print(Info()->GetPlatformName());
-    if (op == "GetProductName") return Print(Info()->GetProductName());
-    if (op == "GetProductModel") return Print(Info()->GetProductModel());
-    if (op == "GetProductSKU") return Print(Info()->GetProductSKU());
-    if (op == "GetManufacturerName") return Print(Info()->GetManufacturerName());
-    if (op == "GetAndroidVersion") return Print(Info()->GetAndroidVersion());
-    if (op == "GetABI") return Print(Info()->GetABI());
-    if (op == "GetScannerBeepVolume") return Print(Info()->GetScannerBeepVolume());
-    if (op == "GetScannerAudioAPI") return Print(Info()->GetScannerAudioAPI());
-    if (op == "CheckExternalHeadset") return Print(Info()->CheckExternalHeadset());
-    if (op == "GetConfigPath") return Print(Info()->GetConfigPath(arg)) + 1;
-    if (op == "GetScanner") return Print(Info()->GetScanner());
-    if (op == "GetDeviceDecryptionStatus") return Print(Info()->GetDeviceDecryptionStatus());
-    if (op == "GetImagerInterfaceType") return Print(Info()->GetImagerInterfaceType());
-    if (op == "GetPlatformVersion") return Print(Info()->GetPlatformVersion());
-    if (op == "isDeviceFederalSKU1") return Print(Info()->isDeviceFederalSKU1());
-    if (op == "isDeviceFederalSKU2") return Print(Info()->isDeviceFederalSKU2());
-    const int index = atoi(arg.c_str());
-    if (op == "IsScannerAvailable") return Print(Scanners()->IsScannerAvailable(arg)) + 1;
-    if (op == "GetScannerNameAt") return Print(Scanners()->GetScannerNameAt(index)) + 1;
-    if (op == "GetNumberOfSupportedScanners") {
-        return Print(Scanners()->GetNumberOfSupportedScanners());
-    }
-    if (op == "GetInBuiltScannerModel") return Print(Scanners()->GetInBuiltScannerModel());
-    if (op == "GetScannerModelNameAt") return Print(Scanners()->GetScannerModelNameAt(index)) + 1;
-    if (op == "IsMirroredAndFlipped") return Print(Scanners()->IsMirroredAndFlipped());
-    if (op == "IsScannerListAvailable") return Print(Scanners()->IsScannerListAvailable());
-    return -1;
-}
-
-void PrintScanners(SupportedScannerInfoView* scanners) {
-    int count = scanners->GetNumberOfSupportedScanners();
-    printf("count %d\n", count);
-    for (int i = 0; i < count; ++i) {
-        printf("%d\t%s\t%s\n", i, scanners->GetScannerNameAt(i).c_str(),
-               scanners->GetScannerModelNameAt(i).c_str());
-    }
-}
+void Print(bool value) { printf("%s\n", Bool(value)); }
+void Print(int value) { printf("%d\n", value); }
+void Print(const std::string& value) { printf("[%s]\n", value.c_str()); }
 
 // Starts `threads` threads that wait for one signal, then make the first builder calls
 // together. Waits are bounded so that a deadlock fails the run instead of hanging it.
 bool Race(int threads) {
     std::promise<void> start;
     std::shared_future<void> go = start.get_future().share();
-    GetScannerInfoFunc getScanners = Symbol<GetScannerInfoFunc>(kGetScanners);
-    GetDeviceInfoFunc getInfo = Symbol<GetDeviceInfoFunc>(kGetInfo);
     std::vector<std::future<std::pair<void*, void*>>> results;
     for (int i = 0; i < threads; ++i) {
         results.push_back(std::async(std::launch::async, [=] {
             go.wait_for(std::chrono::seconds(30));
             // Odd threads ask for the scanner list first, even ones for the device facts.
-            void* scanners = i % 2 == 1 ? getScanners() : nullptr;
-            void* info = getInfo();
-            return std::make_pair(info, i % 2 == 0 ? getScanners() : scanners);
+            void* scanners = i % 2 == 1 ? Scanners() : nullptr;
+            void* info = Info();
+            return std::make_pair(info, i % 2 == 0 ? Scanners() : scanners);
         }));
     }
     start.set_value();
     std::vector<std::pair<void*, void*>> got;
     for (auto& result : results) {
-        if (result.wait_for(std::chrono::seconds(60)) != std::future_status::ready) {
-            fprintf(stderr, "race: threads did not finish\n");
-            _exit(4);
-        }
+        if (result.wait_for(std::chrono::seconds(60)) != std::future_status::ready) _exit(4);
         got.push_back(result.get());
+        if (got.back() != got[0] || !got.back().first || !got.back().second) return false;
     }
-    for (const auto& pair : got) {
-        if (pair != got[0]) return false;
-    }
-    return got[0].first != nullptr && got[0].second != nullptr;
+    return true;
 }
 
-// Runs one command of the caller's own; -1 for an unknown one.
-int Command(const std::string& cmd, const std::string& next, const std::string& after) {
-    if (cmd == "setprop") return orvex::properties::Set(next, after), 2;
-    if (cmd == "scanners") {
+// GetAbstractedPlatformModule(12) (no name) or GetPlatformModule(12, name), then
+// DeletePlatformModule.
+void HWInfo(const char* name) {
+    const PlatformModuleTag tag = static_cast<PlatformModuleTag>(12);
+    IPlatformModule* module =
+        name == nullptr
+            ? Symbol<IPlatformModule* (*)(PlatformModuleTag)>("GetAbstractedPlatformModule")(tag)
+            : Symbol<IPlatformModule* (*)(PlatformModuleTag, const char*)>("GetPlatformModule")(
+                  tag, name);
+    HWInfoModuleView* hwInfo = reinterpret_cast<HWInfoModuleView*>(module);
+    if (module == nullptr) {
+        printf("null\n");
+    } else if (name == nullptr) {
+        const char* moduleName = hwInfo->GetModuleName();
+        printf("%s %s %s\n", moduleName, Bool(hwInfo->isDeviceFederalSku1()),
+               Bool(hwInfo->isDeviceFederalSku2()));
+    } else {
+        printf("module\n");
+    }
+    Symbol<void (*)(IPlatformModule*)>("DeletePlatformModule")(module);
+}
+
+// Each command gets the next two arguments and gives how many of them it used.
+using Arg = const std::string&;
+// One operation of a view, its answer printed; it uses an argument when it passes one on.
+// clang-format off
+#define CALL(view, op, ...) {#op, [](Arg a [[maybe_unused]], Arg) { \
+    return Print(view()->op(__VA_ARGS__)), int(sizeof(#__VA_ARGS__) > 1); }}
+
+const std::map<std::string, std::function<int(Arg, Arg)>> kCommands = {
+    CALL(Info, IsRearCameraAvaialable), CALL(Info, IsFrontCameraAvaialable),
+    CALL(Info, GetPlatformName), CALL(Info, GetProductName), CALL(Info, GetProductModel),
+    CALL(Info, GetProductSKU), CALL(Info, GetManufacturerName), CALL(Info, GetAndroidVersion),
+    CALL(Info, GetABI), CALL(Info, GetScannerBeepVolume), CALL(Info, GetScannerAudioAPI),
+    CALL(Info, CheckExternalHeadset), CALL(Info, GetConfigPath, a), CALL(Info, GetScanner),
+    CALL(Info, GetDeviceDecryptionStatus), CALL(Info, GetImagerInterfaceType),
+    CALL(Info, GetPlatformVersion), CALL(Info, isDeviceFederalSKU1),
+    CALL(Info, isDeviceFederalSKU2), CALL(Scanners, IsScannerAvailable, a),
+    CALL(Scanners, GetScannerNameAt, atoi(a.c_str())), CALL(Scanners, GetNumberOfSupportedScanners),
+    CALL(Scanners, GetInBuiltScannerModel), CALL(Scanners, GetScannerModelNameAt, atoi(a.c_str())),
+    CALL(Scanners, IsMirroredAndFlipped), CALL(Scanners, IsScannerListAvailable),
+    {"imager", [](Arg op, Arg) {
+        op == "GetImagerID" ? Print(Imager()->GetImagerID()) : Print(Imager()->GetImagerInterfaceType());
+        return 1; }},
+    {"setprop", [](Arg name, Arg value) { return orvex::properties::Set(name, value), 2; }},
+    {"scanners", [](Arg, Arg) {
         try {
-            PrintScanners(Scanners());
-        } catch (const std::invalid_argument& e) {
-            printf("exception invalid_argument: %s\n", e.what());
-        } catch (const std::out_of_range& e) {
-            printf("exception out_of_range: %s\n", e.what());
+            SupportedScannerInfoView* scanners = Scanners();
+            const int count = scanners->GetNumberOfSupportedScanners();
+            printf("count %d\n", count);
+            for (int i = 0; i < count; ++i) {
+                printf("%d\t%s\t%s\n", i, scanners->GetScannerNameAt(i).c_str(),
+                       scanners->GetScannerModelNameAt(i).c_str());
+            }
+        } catch (const std::logic_error& e) {
+            const bool invalid = dynamic_cast<const std::invalid_argument*>(&e) != nullptr;
+            printf("exception %s: %s\n", invalid ? "invalid_argument" : "out_of_range", e.what());
         }
-        return 0;
-    }
-    if (cmd == "same") {
+        return 0; }},
+    {"same", [](Arg, Arg) {
         bool same = Info() == Info() && Scanners() == Scanners() && Imager() == Imager();
-        return printf("%s\n", same ? "same" : "different"), 0;
-    }
-    if (cmd == "race") return printf("%s\n", Race(atoi(next.c_str())) ? "same" : "different"), 1;
-    if (cmd == "imager" && next == "GetImagerID") return Print(Imager()->GetImagerID()) + 1;
-    if (cmd == "imager" && next == "GetImagerInterfaceType") {
-        return Print(Imager()->GetImagerInterfaceType()) + 1;
-    }
-    if (cmd == "hwinfo" || cmd == "hwinfo-named") {
-        const PlatformModuleTag tag = static_cast<PlatformModuleTag>(12);
-        IPlatformModule* module =
-            cmd == "hwinfo" ? Symbol<IPlatformModule* (*)(PlatformModuleTag)>(
-                                  "GetAbstractedPlatformModule")(tag)
-                            : Symbol<IPlatformModule* (*)(PlatformModuleTag, const char*)>(
-                                  "GetPlatformModule")(tag, next.c_str());
-        HWInfoModuleView* hwInfo = reinterpret_cast<HWInfoModuleView*>(module);
-        if (module == nullptr) {
-            printf("null\n");
-        } else if (cmd == "hwinfo") {
-            const char* name = hwInfo->GetModuleName();
-            printf("%s %s %s\n", name, Bool(hwInfo->isDeviceFederalSku1()),
-                   Bool(hwInfo->isDeviceFederalSku2()));
-        } else {
-            printf("module\n");
-        }
-        Symbol<void (*)(IPlatformModule*)>("DeletePlatformModule")(module);
-        return cmd == "hwinfo" ? 0 : 1;
-    }
-    if (cmd == "imagerclient-loaded") {
+        return printf("%s\n", same ? "same" : "different"), 0; }},
+    {"race", [](Arg n, Arg) { return printf("%s\n", Race(atoi(n.c_str())) ? "same" : "different"), 1; }},
+    {"hwinfo", [](Arg, Arg) { return HWInfo(nullptr), 0; }},
+    {"hwinfo-named", [](Arg name, Arg) { return HWInfo(name.c_str()), 1; }},
+    {"imagerclient-loaded", [](Arg, Arg) {
         void* handle = dlopen("libimagerclient.so", RTLD_LAZY | RTLD_NOLOAD);
         printf("%s\n", handle != nullptr ? "loaded" : "unloaded");
         if (handle != nullptr) dlclose(handle);
-        return 0;
-    }
-    if (cmd == "camera-calls") {
+        return 0; }},
+    {"camera-calls", [](Arg, Arg) {
         for (const std::string& call : orvex::camera::Calls()) printf("%s\n", call.c_str());
-        return 0;
-    }
-    if (cmd == "idlists") return printf("%d\n", orvex::camera::OutstandingIdLists()), 0;
-    return -1;
-}
+        return printf("%d\n", orvex::camera::OutstandingIdLists()), 0; }}};
+// clang-format on
 
 }  // namespace
 
@@ -288,15 +260,12 @@ int main(int argc, char** argv) {
     }
     orvex::camera::LoadProfileCameras();
     for (int i = 1; i < argc; ++i) {
-        std::string next = i + 1 < argc ? argv[i + 1] : "";
-        std::string after = i + 2 < argc ? argv[i + 2] : "";
-        int used = Command(argv[i], next, after);
-        if (used < 0) used = Call(argv[i], next);
-        if (used < 0) {
+        const auto command = kCommands.find(argv[i]);
+        if (command == kCommands.end()) {
             fprintf(stderr, "bad command %s\n", argv[i]);
             return 2;
         }
-        i += used;
+        i += command->second(i + 1 < argc ? argv[i + 1] : "", i + 2 < argc ? argv[i + 2] : "");
         fflush(stdout);
     }
     return 0;
