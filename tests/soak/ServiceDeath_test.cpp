@@ -534,9 +534,7 @@ void World::New() {
 const char* const kRows[] = {
     "HWBeep_InitializeAfterTheServiceCameBack_Reconnects: beep+; beep!; beep+; new; Initialize=1; "
     "@beep=isHWBeepSupported()",
-    "HWBeep_InitializeAfterTheServiceDiedForGood_False: beep+; beep-; new; log; Initialize=0; "
-    "logged=E%HWBeep()] Unable to get IHardwareBeepConfigs interface.|E%InitializeFeedback] "
-    "initialization failed",
+    "HWBeep_InitializeAfterTheServiceDiedForGood_False: beep+; beep-; new; Initialize=0",
     "HWBeep_IsSupportedAfterTheHeldServiceCameBack_Reconnects: beep+; new; Initialize=1; beep!; "
     "beep+; IsSupported=1; @beep=isHWBeepSupported()",
     "HWBeep_IsSupportedAfterTheHeldServiceDiedForGood_False: beep+; new; Initialize=1; beep-; "
@@ -547,8 +545,8 @@ const char* const kRows[] = {
     "HWBeep_TriggerAfterDeath_ProcessEnds: beep+; new; Initialize; Prepare; beep!; Trigger",
     // The retry (configure, start) meets a dead service; both results are ignored.
     "HWBeep_TriggerServiceRefusesAndDiesWithTheAnswer_FixedResult: die:after startBeep; beep+; "
-    "refuses; new; Initialize=1; Prepare=1; Trigger=1; @beep=isHWBeepSupported()|"
-    "setBeepConfig(12, 30, 5, 15000, 15000)|startBeep()",
+    "refuses; new; Initialize=1; Prepare=1; Trigger=1; "
+    "@beep=isHWBeepSupported()|setBeepConfig(12, 30, 5, 15000, 15000)|startBeep()",
     "HWBeep_InitializeAgainAfterDeath_Reconnects: beep+; new; Initialize=1; beep!; beep+; "
     "Initialize=1; Prepare=1; Trigger=1; @beep=isHWBeepSupported()|setBeepConfig(12, 30, 5, "
     "15000, 15000)|startBeep()",
@@ -559,9 +557,7 @@ const char* const kRows[] = {
     // Never reached: both queries answer -1, which gives volume 10.
     "HWBeep_PrepareWithoutAnAudioService_FixedResult: beep+; new; ovc; Initialize=1; Prepare=1; "
     "@beep=isHWBeepSupported()|setBeepConfig(12, 30, 10, 15000, 15000)",
-    "LEDNotification_InitializeWithoutAnyLightsService_False: new; log; Initialize=0; "
-    "logged=E%LEDNotification()] Unable to get ILight interface.|E%LEDNotification()] Unable to "
-    "get ILight interface.|E%InitializeFeedback] initialization failed",
+    "LEDNotification_InitializeWithoutAnyLightsService_False: new; Initialize=0",
     // The light object is kept without a liveness check: every state goes to the dead one.
     "LEDNotification_ScanAfterTheHidlLightDied_FixedResult: light+; new; Initialize=1; decoding; "
     "light!; light+; Prepare=1; Trigger=1; Reset=1; @light=",
@@ -580,9 +576,8 @@ const char* const kRows[] = {
     "setting LED to OFF=1; timer-",
     "IExternalHapticFeedack_InitializeAfterTheManagerCameBack_Reconnects: hw+; hw+; new; "
     "Initialize=1; Prepare=1",
-    "IExternalHapticFeedack_InitializeAfterTheManagerDiedForGood_False: hw+; hw-; new; log; "
-    "Initialize=0; logged=E[IDCHWManager] Unable to get IDCHWManager interface.|"
-    "E$InitializeFeedback] intialisation failed",
+    "IExternalHapticFeedack_InitializeAfterTheManagerDiedForGood_False: hw+; hw-; new; "
+    "Initialize=0",
     "IExternalHapticFeedack_ManagerDiesHandingOutThePluggableInterface_ProcessEnds: "
     "die:getPlugableDeviceNotifier; mortal; new; Initialize",
     "IExternalHapticFeedack_PrepareAfterDeath_ProcessEnds: hw+; new; Initialize; hw+; Prepare",
@@ -644,42 +639,36 @@ const char* const kRows[] = {
     // holds after the death reads a value from a failed call and ends the process, except where
     // the answer comes through a result callback, which then never runs.
     "SerialPort_AcquireAfterTheManagerCameBack_Reconnects: hw+; hw+; new; Initialize=1; "
-    "Acquire=1; Start=0; rx=1; got=18|171; @serial=registerCallback(cb)|registerCallback(cb)|"
-    "openPort(/dev/ttyHS1, 9600, false); @serial0=",
-    "SerialPort_AcquireAfterTheManagerDiedForGood_False: hw+; hw-; new; log; Initialize=1; "
-    "Acquire=0; Start=9; Stop=0; IoCtl=1; Write=8; AcquireFW=0; FWOpen=9; FWClose=4; FWIoCtl=4; "
-    "FWWrite=8; FWRead=Error - Unable to Read Data; logged=E$associateSerial] Unable to get "
-    "IDCHWManager interface.|E$AcquireSerialInterface] is not available|E$StartTransport] "
-    "StartTransport failed|E$StopTransport] already stoped|EPlatform HAL $IoControl] failed\n|"
-    "E$associateSerial] Unable to get IDCHWManager interface.|E$associateSerialFWUpdate] unable "
-    "to get Serial Interface|E$AcquireFWSerialInterface] failed|E$FWOpenSerialPort] "
-    "FWOpenSerialPort failed|E$FWCloseSerialPort] FWCloseSerialPort failed|E$FWIoCtl] FWIoCtl "
-    "failed|E$FWWritePort] err:8 |E$FWReadPort] sp_SerialHal NULL)",
+    "Acquire=1; Start=0; rx=1; got=18|171; "
+    "@serial=registerCallback(cb)|registerCallback(cb)|openPort(/dev/ttyHS1, 9600, false); "
+    "@serial0=",
+    "SerialPort_AcquireAfterTheManagerDiedForGood_False: hw+; hw-; new; Initialize=1; Acquire=0; "
+    "Start=9; Stop=0; IoCtl=1; Write=8; AcquireFW=0; FWOpen=9; FWRead=Error - Unable to Read Data",
     // Without a release: the held manager fails its ping, so this is a fresh connection.
     "SerialPort_AcquireAgainAfterTheHeldManagerCameBack_Reconnects: hw+; new; Initialize=1; "
     "Acquire=1; Start=0; hw+; log; Acquire=1; logged=D$associateSerial] Acquired ISerial "
     "interface.|D[SerialCallback::SerialCallback()] ctor|D[SerialCallback::~SerialCallback()] "
     "dtor|D$AcquireSerialInterface] success; Start=0; rx=1; rx0=0; got=18|171; Stop=0; "
-    "@serial=registerCallback(cb)|registerCallback(cb)|openPort(/dev/ttyHS1, 9600, false)|"
-    "closePort(); @serial0=registerCallback(cb)|registerCallback(cb)|openPort(/dev/ttyHS1, 9600, "
-    "false)",
+    "@serial=registerCallback(cb)|registerCallback(cb)|openPort(/dev/ttyHS1, 9600, "
+    "false)|closePort(); @serial0=registerCallback(cb)|registerCallback(cb)|openPort(/dev/ttyHS1, "
+    "9600, false)",
     // The failed lookup dropped the manager but the instance still counts as holding the port,
     // even once a service is back, until it is released.
     "SerialPort_AcquireAgainAfterTheHeldManagerDiedForGood_False: hw+; new; Initialize=1; "
     "Acquire=1; hw-; log; Acquire=0; hw+; Acquire=0; logged=E$associateSerial] Unable to get "
-    "IDCHWManager interface.|E$AcquireSerialInterface] is not available|E$associateSerial] failed|"
-    "E$AcquireSerialInterface] is not available; Release=1; Initialize=1; Acquire=1; "
+    "IDCHWManager interface.|E$AcquireSerialInterface] is not available|E$associateSerial] "
+    "failed|E$AcquireSerialInterface] is not available; Release=1; Initialize=1; Acquire=1; "
     "@hw=getSerialInterface()",
     // The two exclude each other only while the manager that serves the firmware port lives;
     // the firmware port is still counted as held, and still the dead one.
     "SerialPort_AcquireTransportAfterTheFirmwareManagerCameBack_Reconnects: hw+; new; "
     "AcquireFW=1; hw+; log; Initialize=1; Acquire=1; Start=0; AcquireFW=0; FWRead=Error - Unable "
-    "to Read Data; logged=D$associateSerial] Acquired ISerial interface.|"
-    "D[SerialCallback::SerialCallback()] ctor|D$AcquireSerialInterface] success|D$StartTransport] "
-    "StartTransport return 0|E$associateSerialFWUpdate] failed|E$AcquireFWSerialInterface] failed|"
-    "E$FWReadPort] Error at HIDL Service (sp_SerialHal instance is NULL); "
-    "@serial=registerCallback(cb)|registerCallback(cb)|openPort(/dev/ttyHS1, 9600, false); "
-    "@serial0=getSerialFWInterface()",
+    "to Read Data; logged=D$associateSerial] Acquired ISerial "
+    "interface.|D[SerialCallback::SerialCallback()] ctor|D$AcquireSerialInterface] "
+    "success|D$StartTransport] StartTransport return 0|E$associateSerialFWUpdate] "
+    "failed|E$AcquireFWSerialInterface] failed|E$FWReadPort] Error at HIDL Service (sp_SerialHal "
+    "instance is NULL); @serial=registerCallback(cb)|registerCallback(cb)|openPort(/dev/ttyHS1, "
+    "9600, false); @serial0=getSerialFWInterface()",
     // Nothing reconnects outside an acquisition: the write goes to the dead port.
     "SerialPort_WriteAfterTheHeldManagerCameBack_ProcessEnds: hw+; new; Initialize; Acquire; "
     "Start; hw+; Write",
@@ -688,9 +677,9 @@ const char* const kRows[] = {
     "SerialPort_FWReadAfterTheHeldManagerDiedForGood_FixedResult: hw+; new; AcquireFW=1; hw-; "
     "log; FWRead=Error - Unable to Read Data; Stop=0; Release=1; AcquireFW=0; "
     "logged=E$FWReadPort] Error at HIDL Service (sp_SerialHal instance is NULL)|E$StopTransport] "
-    "already stoped|D$disassociate]|E$associateSerial] Unable to get IDCHWManager interface.|"
-    "E$associateSerialFWUpdate] unable to get Serial Interface|E$AcquireFWSerialInterface] "
-    "failed; @fw=",
+    "already stoped|D$disassociate]|E$associateSerial] Unable to get IDCHWManager "
+    "interface.|E$associateSerialFWUpdate] unable to get Serial "
+    "Interface|E$AcquireFWSerialInterface] failed; @fw=",
     "SerialPort_ManagerDiesHandingOutTheSerialPort_ProcessEnds: die:getSerialInterface; mortal; "
     "new; Initialize; Acquire",
     "SerialPort_DiesInRegisterCallback_ProcessEnds: die:registerCallback; hw+; new; Initialize; "
@@ -708,11 +697,8 @@ const char* const kRows[] = {
     "PlugableDeviceNotifier_AcquireAfterTheManagerCameBack_Reconnects: hw+; hw+; new; Acquire=1; "
     "InitSSI=1; plugin=1; changes=1 /dev/ttyUSB0 2; Port=/dev/ttyUSB0; "
     "@plug=registerNotifierCallback(cb, 2)|getPortName()",
-    "PlugableDeviceNotifier_AcquireAfterTheManagerDiedForGood_False: hw+; hw-; new; log; "
-    "Acquire=0; InitSSI=0; Port=WrongPort; logged=E$associatePlugableDeviceNotifier] Unable to "
-    "get IDCHWManager interface.|E$AcquirePlugableDeviceNotifierInterface] is not available|"
-    "D$InitializeSSI] scanner:2 ++|E$InitializeSSI] failed|E$GetPortName] sp_PlugableHal is null|"
-    "E$GetPortName] port name WrongPort",
+    "PlugableDeviceNotifier_AcquireAfterTheManagerDiedForGood_False: hw+; hw-; new; Acquire=0; "
+    "InitSSI=0; Port=WrongPort",
     "PlugableDeviceNotifier_AcquireAgainAfterTheHeldManagerCameBack_Reconnects: hw+; new; "
     "Acquire=1; InitSSI=1; hw+; plugin0=0; Acquire=1; InitSSI=1; plugout=1; changes=0 "
     "/dev/ttyUSB1 -1; @plug0=registerNotifierCallback(cb, 2); @plug=registerNotifierCallback(cb, "
@@ -720,10 +706,10 @@ const char* const kRows[] = {
     // The failed reconnection keeps the dead notifier: the name is still asked of it.
     "PlugableDeviceNotifier_GetPortNameAfterTheHeldManagerDiedForGood_FixedResult: hw+; new; "
     "Acquire=1; InitSSI=1; hw-; log; Port=WrongPort; Acquire=0; Port=WrongPort; "
-    "logged=E$GetPortName] Error in port Name|E$GetPortName] port name WrongPort|"
-    "E$associatePlugableDeviceNotifier] Unable to get IDCHWManager interface.|"
-    "E$AcquirePlugableDeviceNotifierInterface] is not available|E$GetPortName] Error in port Name|"
-    "E$GetPortName] port name WrongPort; @plug=registerNotifierCallback(cb, 2)",
+    "logged=E$GetPortName] Error in port Name|E$GetPortName] port name "
+    "WrongPort|E$associatePlugableDeviceNotifier] Unable to get IDCHWManager "
+    "interface.|E$AcquirePlugableDeviceNotifierInterface] is not available|E$GetPortName] Error "
+    "in port Name|E$GetPortName] port name WrongPort; @plug=registerNotifierCallback(cb, 2)",
     "PlugableDeviceNotifier_InitializeSSIAfterTheHeldManagerDiedForGood_ProcessEnds: hw+; new; "
     "Acquire; hw-; InitSSI",
     "PlugableDeviceNotifier_ManagerDiesHandingOutTheNotifier_ProcessEnds: "
@@ -731,14 +717,12 @@ const char* const kRows[] = {
     "PlugableDeviceNotifier_DiesInRegisterNotifierCallback_ProcessEnds: "
     "die:registerNotifierCallback; hw+; new; Acquire; InitSSI",
     "PlugableDeviceNotifier_DiesInGetPortNameBeforeReplying_FixedResult: die:getPortName; hw+; "
-    "new; Acquire=1; InitSSI=1; log; Port=WrongPort; logged=E$GetPortName] Error in port Name|"
-    "E$GetPortName] port name WrongPort",
+    "new; Acquire=1; InitSSI=1; log; Port=WrongPort; logged=E$GetPortName] Error in port "
+    "Name|E$GetPortName] port name WrongPort",
     "BatterySwapModule_InitAfterTheManagerCameBack_Reconnects: hw+; hw+; new; Init=1; Enter=1; "
     "in=1; Exit=1; @swap=enterBatterySwap()|exitBatterySwap()",
-    "BatterySwapModule_InitAfterTheManagerDiedForGood_False: hw+; hw-; new; log; Init=0; Enter=0; "
-    "Exit=0; logged=E%associateBatterySwapHIDL] Unable to get DCHWManager HIDL interface.|"
-    "E$EnterBatterySwap] sp_BatterySwapHandler is null|E$ExitBatterySwap] sp_BatterySwapHandler "
-    "is null",
+    "BatterySwapModule_InitAfterTheManagerDiedForGood_False: hw+; hw-; new; Init=0; Enter=0; "
+    "Exit=0",
     "BatterySwapModule_InitAgainAfterTheHeldManagerCameBack_Reconnects: hw+; new; Init=1; hw+; "
     "log; Init=1; Exit=1; logged=I%associateBatterySwapHIDL] Acquired IBatterySwapHandlerHIDL "
     "interface.; @swap=exitBatterySwap(); @swap0=",
@@ -756,9 +740,7 @@ const char* const kRows[] = {
     "Enter",
     "CameraModule_InitAfterTheManagerCameBack_Reconnects: hw+; hw+; new; Init=1; Tag=-2147483646; "
     "@tags=getVendorTagId(com.tevrin.imager.gain)",
-    "CameraModule_InitAfterTheManagerDiedForGood_False: hw+; hw-; new; log; Init=0; Tag=-1; "
-    "logged=ICameraModule::Init|E%associateCameraVendorTagHIDL] Unable to get DCHWManager HIDL "
-    "interface.|E$GetCameraVendorTagID] sp_CameraTagProvider is null",
+    "CameraModule_InitAfterTheManagerDiedForGood_False: hw+; hw-; new; Init=0; Tag=-1",
     "CameraModule_InitAgainAfterTheHeldManagerCameBack_Reconnects: hw+; new; Init=1; hw+; log; "
     "Init=1; Tag=-2147483646; logged=ICameraModule::Init|I%associateCameraVendorTagHIDL] Acquired "
     "ICameraVendorTagProvider interface.; @tags=getVendorTagId(com.tevrin.imager.gain); @tags0=",
@@ -780,45 +762,36 @@ const char* const kRows[] = {
     // command reply, parameter) never arrive from a dead service; values read directly end the
     // process.
     "ImagerHIDLProxy_CreatedAfterTheManagerCameBack_Reconnects: hw+; hw+; new; Open=0; Engine=31; "
-    "Cmd=0; reply=9|8|238|238; @imager=openImager()|getEngineID()|openImager()|"
-    "getImagerControl(); @imager0=; deInit",
-    "ImagerHIDLProxy_CreatedAfterTheManagerDiedForGood_FixedResult: hw+; hw-; log; new; Open=-1; "
-    "Close=-1; Type=-1; Engine=; Cmd=1; Settle=0; deInit; del; logged=E%associateImagerHIDL] "
-    "Unable to get DCHWManager HIDL interface.|E$ImagerHIDLProxy] failed to associate Imager HIDL|"
-    "E%openImager] sp_Imager is Null|E%closeImager] sp_Imager is Null|E%getImagerInterfaceType] "
-    "sp_Imager is Null|E%getEngineID] sp_Imager is Null|D%getEngineID] ScannerID=|"
-    "E[ImagerControlHIDLProxy::associateImagerControlHIDL] Unable to get DCHWManager HIDL "
-    "interface.|E[ImagerControlHIDLProxy::ImagerControlHIDLProxy] failed to associate "
-    "ImagerControl HIDL|E[ImagerControlHIDLProxy::sendCommand] sp_ImagerControlHIDL is Null|"
-    "I[ImagerControlHIDLProxy::configureSettleCount]|"
-    "E[ImagerControlHIDLProxy::configureSettleCount] sp_ImagerControlHIDL is Null|"
-    "I[ImagerControlHIDLProxy::disAssociateImagerControlHIDL] disconnected Control HIDL|"
-    "I%disAssociateImagerHIDL] disconnected Imager HIDL",
+    "Cmd=0; reply=9|8|238|238; "
+    "@imager=openImager()|getEngineID()|openImager()|getImagerControl(); @imager0=; deInit",
+    "ImagerHIDLProxy_CreatedAfterTheManagerDiedForGood_FixedResult: hw+; hw-; new; Open=-1; "
+    "Close=-1; Type=-1; Engine=; Cmd=1; Settle=0; deInit; del",
     "ImagerHIDLProxy_OpenAfterTheHeldManagerCameBack_ProcessEnds: hw+; new; hw+; Open",
     "ImagerHIDLProxy_CloseAfterTheHeldManagerDiedForGood_ProcessEnds: hw+; new; hw-; Close",
     "ImagerHIDLProxy_EngineIDAfterTheHeldManagerDiedForGood_FixedResult: hw+; new; hw-; log; "
-    "Engine=; logged=I%getEngineID] getEngineID|E%getEngineID] Error at HIDL Service|"
-    "D%getEngineID] ScannerID=; @imager=",
+    "Engine=; logged=I%getEngineID] getEngineID|E%getEngineID] Error at HIDL "
+    "Service|D%getEngineID] ScannerID=; @imager=",
     // The control object associates by itself, with the new instance.
     "ImagerHIDLProxy_ControlRequestedAfterTheManagerCameBack_Reconnects: hw+; new; hw+; Cmd=0; "
     "reply=9|8|238|238; open#=1; deInit; open#=0",
     "ImagerHIDLProxy_ManagerDiesHandingOutTheImager_ProcessEnds: die:getImager; mortal; new",
     "ImagerHIDLProxy_DiesInGetEngineIDBeforeReplying_FixedResult: die:getEngineID; hw+; new; log; "
-    "Engine=; logged=I%getEngineID] getEngineID|E%getEngineID] Error at HIDL Service|"
-    "D%getEngineID] ScannerID=",
+    "Engine=; logged=I%getEngineID] getEngineID|E%getEngineID] Error at HIDL "
+    "Service|D%getEngineID] ScannerID=",
     // No reply comes from the dead control: the status stays at its starting -1.
     "ImagerControlHIDLProxy_RecreatedAfterTheManagerCameBack_Reconnects: hw+; new; ctl=1; hw+; "
     "log; Cmd=4294967295; reply=238|238|238|238; deInit; Cmd=0; reply=9|8|238|238; "
     "logged=E%sendCommand] Error at HIDL Service (sp_ImagerControlHIDL instance is NULL, Error - "
-    "Unable to send command)|I%disAssociateImagerControlHIDL] Calling close imager|"
-    "I%disAssociateImagerControlHIDL] disconnected Control HIDL|I%associateImagerControlHIDL] "
-    "Acquired IImagerControl HIDL interface.|I%associateImagerControlHIDL] Acquired "
-    "IImagerControlHIDL interface.; @control=sendCommand([1b 02], 2, 4, 0, 0); deInit",
+    "Unable to send command)|I%disAssociateImagerControlHIDL] Calling close "
+    "imager|I%disAssociateImagerControlHIDL] disconnected Control "
+    "HIDL|I%associateImagerControlHIDL] Acquired IImagerControl HIDL "
+    "interface.|I%associateImagerControlHIDL] Acquired IImagerControlHIDL interface.; "
+    "@control=sendCommand([1b 02], 2, 4, 0, 0); deInit",
     "ImagerControlHIDLProxy_SettleCountAfterTheHeldManagerCameBack_ProcessEnds: hw+; new; ctl; "
     "hw+; Settle",
     "ImagerControlHIDLProxy_RequestedAfterTheManagerDiedForGood_FixedResult: hw+; new; hw-; log; "
-    "Cmd=1; logged=E%associateImagerControlHIDL] Unable to get DCHWManager HIDL interface.|"
-    "E%ImagerControlHIDLProxy] failed to associate ImagerControl HIDL|E%sendCommand] "
+    "Cmd=1; logged=E%associateImagerControlHIDL] Unable to get DCHWManager HIDL "
+    "interface.|E%ImagerControlHIDLProxy] failed to associate ImagerControl HIDL|E%sendCommand] "
     "sp_ImagerControlHIDL is Null; @imager=",
     "ImagerControlHIDLProxy_DiesInOpenImager_ProcessEnds: die:openImager; hw+; new; ctl",
     "ImagerControlHIDLProxy_DiesHandingOutTheControl_ProcessEnds: die:getImagerControl; hw+; new; "
@@ -829,18 +802,13 @@ const char* const kRows[] = {
     // The close's status is not read: the deletion completes; a new control reaches the
     // service once it is back.
     "ImagerControlHIDLProxy_DiesInCloseImager_FixedResult: die:closeImager; hw+; new; ctl=1; log; "
-    "deInit; logged=I%disAssociateImagerControlHIDL] Calling close imager|"
-    "I%disAssociateImagerControlHIDL] disconnected Control HIDL; @imager=openImager()|"
-    "getImagerControl()|closeImager(); hw+; Cmd=0; open#=1",
+    "deInit; logged=I%disAssociateImagerControlHIDL] Calling close "
+    "imager|I%disAssociateImagerControlHIDL] disconnected Control HIDL; "
+    "@imager=openImager()|getImagerControl()|closeImager(); hw+; Cmd=0; open#=1",
     "V4L2ImagerAdapterHIDLProxy_StreamAfterTheManagerCameBack_Reconnects: hw+; hw+; new; "
     "stream=1; Disable=0; whole=1; delivered0=0; deInit",
-    "V4L2ImagerAdapterHIDLProxy_CreatedAfterTheManagerDiedForGood_FixedResult: hw+; hw-; log; "
-    "alone; InitA=1; Enable=1; Param=Error - Imager Adapter HIDL is Null.; Streaming=0; del; "
-    "logged=E%associateImagerAdapterHIDL] Unable to get DCHWManager HIDL interface.|"
-    "E%V4L2ImagerAdapterHIDLProxy] failed to associate ImagerAdapter HIDL|E%Init] "
-    "sp_ImagerAdapterHIDL is Null|E%SetPreviewSize] sp_ImagerAdapterHIDL is Null|E%GetParameter] "
-    "sp_ImagerAdapterHIDL is Null|E%IsStreaming] sp_ImagerAdapterHIDL is Null|"
-    "I%disAssociateImagerAdapterHIDL] disconnected Adapter HIDL",
+    "V4L2ImagerAdapterHIDLProxy_CreatedAfterTheManagerDiedForGood_FixedResult: hw+; hw-; alone; "
+    "InitA=1; Enable=1; Param=Error - Imager Adapter HIDL is Null.; Streaming=0; del",
     // Frames stop with the death, every frame sent having reached the caller; no answer comes
     // from the dead adapter; the old adapter's close, on deletion, never reaches the dead imager.
     "V4L2ImagerAdapterHIDLProxy_RecreatedAfterTheManagerCameBack_Reconnects: hw+; new; stream=1; "
@@ -858,9 +826,9 @@ const char* const kRows[] = {
     "hw-; Disable",
     "V4L2ImagerAdapterHIDLProxy_RecreatedAfterTheManagerDiedForGood_FixedResult: hw+; new; adp=1; "
     "hw-; log; deInit; StartS=1; logged=I%disAssociateImagerAdapterHIDL] disconnected Adapter "
-    "HIDL|E%associateImagerAdapterHIDL] Unable to get DCHWManager HIDL interface.|"
-    "E%V4L2ImagerAdapterHIDLProxy] failed to associate ImagerAdapter HIDL|E%StartStreaming] "
-    "sp_ImagerAdapterHIDL is Null; deInit",
+    "HIDL|E%associateImagerAdapterHIDL] Unable to get DCHWManager HIDL "
+    "interface.|E%V4L2ImagerAdapterHIDLProxy] failed to associate ImagerAdapter "
+    "HIDL|E%StartStreaming] sp_ImagerAdapterHIDL is Null; deInit",
     "V4L2ImagerAdapterHIDLProxy_DiesHandingOutTheAdapter_ProcessEnds: die:getImagerAdapter; hw+; "
     "new; adp",
     "V4L2ImagerAdapterHIDLProxy_DiesInInit_ProcessEnds: die:Init; hw+; new; InitA",
@@ -870,6 +838,7 @@ const char* const kRows[] = {
     "hw+; new; adp; log; Param=Unsupported Parameter; logged=",
     "V4L2ImagerAdapterHIDLProxy_DiesInHaltAcquisition_ProcessEnds: die:HaltAcquisition; hw+; new; "
     "InitA; StopS",
+
 };
 
 class ServiceDeath : public ::testing::TestWithParam<const char*> {};
