@@ -35,17 +35,20 @@ class ChildChecks {
   public:
     template <typename A, typename B>
     void Eq(const char* what, const A& actual, const B& expected) {
-        if (actual == expected) return;
         std::ostringstream out;
         out << what << ": got " << actual << ", expected " << expected << "\n";
-        failures_ += out.str();
+        if (!(actual == expected)) failures_ += out.str();
     }
-    void True(const char* what, bool condition) {
-        if (!condition) failures_ += std::string(what) + ": false\n";
-    }
+    void True(const char* what, bool condition) { Eq(what, condition, true); }
     void Logged(const std::vector<Entry>& actual, const std::vector<Entry>& expected) {
-        if (actual == expected) return;
-        failures_ += "log differs; got:\n" + Listed(actual) + "expected:\n" + Listed(expected);
+        auto listed = [](const std::vector<Entry>& entries, std::string out) {
+            for (const Entry& e : entries) {
+                out += "  " + std::to_string(e.priority) + " " + e.tag + " " + e.message + "\n";
+            }
+            return out;
+        };
+        if (actual != expected)
+            failures_ += listed(expected, listed(actual, "log; got:\n") + "expected:\n");
     }
     [[noreturn]] void Exit() {
         fputs(failures_.c_str(), stderr);
@@ -54,14 +57,6 @@ class ChildChecks {
     }
 
   private:
-    static std::string Listed(const std::vector<Entry>& entries) {
-        std::string out;
-        for (const Entry& e : entries) {
-            out += "  " + std::to_string(e.priority) + " " + e.tag + " " + e.message + "\n";
-        }
-        return out;
-    }
-
     std::string failures_;
 };
 

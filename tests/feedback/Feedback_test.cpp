@@ -8,6 +8,7 @@
 #include <pthread.h>
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <memory>
 #include <sstream>
@@ -62,8 +63,37 @@ Lines OwnLines(const ScopedCapture& log) {
     return out;
 }
 
+// Runs comma-separated steps on a module: "key=value" sets a parameter (keys as shortened in
+// `keys`); I, S, P, T and R initialize, probe, prepare, trigger and reset it, and a 0 or 1 after
+// one is its expected answer. Any other step goes to `other`.
+void Steps(IFeedbackModule& module, const std::string& steps,
+           const std::function<void(const std::string&)>& other = nullptr) {
+    const std::map<std::string, std::string> keys = {
+        {"d", "decoding_led_feedback"},   {"r", "isRedLedActive"},
+        {"t", "good_decode_led_timer"},   {"ovc", "ignore_ovc_volume"},
+        {"slider", "volume_slider_type"}, {"mode", "remote_scanner_audio_feedback_mode"}};
+    std::istringstream in(steps);
+    for (std::string s; std::getline(in, s, ',');) {
+        const size_t eq = s.find('=');
+        if (eq != std::string::npos) {
+            const std::string key = s.substr(0, eq);
+            module.SetParameter(keys.count(key) ? keys.at(key).c_str() : key.c_str(),
+                                s.c_str() + eq + 1);
+        } else if (!s.empty() && s.size() <= 2 && strchr("ISPTR", s[0]) != nullptr) {
+            const bool answer = s[0] == 'I'   ? module.InitializeFeedback()
+                                : s[0] == 'S' ? module.IsSupported()
+                                : s[0] == 'P' ? module.PrepareFeedbackForTrigger()
+                                : s[0] == 'T' ? module.TriggerFeedback()
+                                              : module.ResetFeedback();
+            EXPECT_EQ(s.size() == 2 ? s[1] == '1' : answer, answer) << s << " in " << steps;
+        } else if (!s.empty()) {
+            other(s);
+        }
+    }
+}
+
 // The audio client looks the service up once per process, sends each call with its code and
-// arguments, and answers -1 without the service, which the beep takes as -1 of -1: volume 10.
+// arguments, and answers -1 without the service.
 TEST(AudioManager, LooksTheServiceUpOnceAndAnswersMinusOneWithoutIt) {
     const std::string load = "[AudioManager::LoadService] ";
     const Entry received = Debug(load + "Received an instance of service manager");
@@ -99,14 +129,6 @@ TEST(AudioManager, LooksTheServiceUpOnceAndAnswersMinusOneWithoutIt) {
             Asked asked = Queries(5);
             asked.insert(asked.end(), {{3, 0, true, {5, 4, 0}, "pkg"}, {8, 0, true, {5}, ""}});
             check.True("transactions", fake->Transactions() == (c.service ? asked : Asked{}));
-            SetScannerBeepVolume(-1);
-            sp<Beep> beep = Beep::Register();
-            HWBeepProbe module;  // 4 of 7 on the notification stream, or -1 of -1
-            module.SetParameter("volume_slider_type", "3");
-            check.True("initialize", module.InitializeFeedback());
-            beep->ClearCalls();
-            module.PrepareFeedbackForTrigger();
-            check.True("config", beep->Calls() == Calls{Config(12, 30, c.service ? 6 : 10)});
             check.Exit();
         });
     }
@@ -138,12 +160,12 @@ class HWBeepTest : public ::testing::Test {
     std::unique_ptr<HWBeepProbe> module_;
 };
 
-// Each case sets its parameters ("key=value", in order) on a new module and prepares it with the
-// device's scanner beep volume and the stream's answers: `stream` is the stream asked (0: none),
-// the tone goes to the service (frequency -1: silenced, nothing does).
+// Each case sets its parameters (Steps' steps) on a new module and prepares it with the device's
+// scanner beep volume and the stream's answers: `stream` is the stream asked (0: none), the tone
+// goes to the service (frequency -1: silenced, nothing does).
 TEST_F(HWBeepTest, PreparationFollowsTheParametersAndTheVolumes) {
     struct Case {
-        const char* params;
+        std::string params;
         int scannerVolume, stream, current, max, frequency, duration, volume;
     } cases[] = {
         // clang-format off
@@ -152,51 +174,37 @@ TEST_F(HWBeepTest, PreparationFollowsTheParametersAndTheVolumes) {
         {"", -1, 4, 7, 15, 12, 30, 5}, {"", -1, 4, 3, 4, 12, 30, 8}, {"", -1, 4, -3, 4, 12, 30, -8},
         {"", -1, 4, 5, 0, 12, 30, 2}, {"", -1, 4, 20, 10, 12, 30, 20},
         {"", -1, 4, INT_MAX, 1, 12, 30, INT_MAX}, {"", -1, 4, INT_MIN, 1, 12, 30, INT_MIN},
-        {"ignore_ovc_volume=true", 9, 4, 3, 15, 12, 30, 2},
-        {"ignore_ovc_volume=TRUE", 9, 0, 3, 15, 12, 30, 9},
-        {"ignore_ovc_volume=1", 9, 0, 3, 15, 12, 30, 9},
-        {"ignore_ovc_volume=true ", 9, 0, 3, 15, 12, 30, 9},
-        {"ignore_ovc_volume=true,ignore_ovc_volume=false", 9, 0, 3, 15, 12, 30, 9},
-        {"volume_slider_type=0", -1, 2, 7, 7, 12, 30, 10},
-        {"volume_slider_type=1", -1, 3, 3, 15, 12, 30, 2},
-        {"volume_slider_type=3", -1, 5, 1, 7, 12, 30, 1},
-        {"volume_slider_type=7", -1, 5, 1, 7, 12, 30, 1},
-        {"volume_slider_type=-1", -1, 5, 1, 7, 12, 30, 1},
-        {"remote_scanner_audio_feedback_mode=0", 5, 0, 7, 15, 12, 30, 5},
-        {"remote_scanner_audio_feedback_mode=1", -1, 0, 7, 15, -1, 0, 0},
-        {"remote_scanner_audio_feedback_mode=2", 5, 0, 7, 15, 12, 30, 5},
-        {"remote_scanner_audio_feedback_mode=3", -1, 0, 7, 15, -1, 0, 0},
-        {"remote_scanner_audio_feedback_mode=4", 5, 0, 7, 15, 12, 30, 5},
-        {"remote_scanner_audio_feedback_mode=x", 5, 0, 7, 15, 12, 30, 5},
+        {"ovc=true", 9, 4, 3, 15, 12, 30, 2}, {"ovc=TRUE", 9, 0, 3, 15, 12, 30, 9},
+        {"ovc=1", 9, 0, 3, 15, 12, 30, 9}, {"ovc=true ", 9, 0, 3, 15, 12, 30, 9},
+        {"ovc=true,ovc=false", 9, 0, 3, 15, 12, 30, 9}, {"slider=0", -1, 2, 7, 7, 12, 30, 10},
+        {"slider=1", -1, 3, 3, 15, 12, 30, 2}, {"slider=3", -1, 5, 1, 7, 12, 30, 1},
+        {"slider=7", -1, 5, 1, 7, 12, 30, 1}, {"slider=-1", -1, 5, 1, 7, 12, 30, 1},
+        {"mode=0", 5, 0, 7, 15, 12, 30, 5}, {"mode=1", -1, 0, 7, 15, -1, 0, 0},
+        {"mode=2", 5, 0, 7, 15, 12, 30, 5}, {"mode=3", -1, 0, 7, 15, -1, 0, 0},
+        {"mode=4", 5, 0, 7, 15, 12, 30, 5}, {"mode=x", 5, 0, 7, 15, 12, 30, 5},
         {"frequency=abc", 5, 0, 7, 15, 0, 30, 5}, {"duration=45ms", 5, 0, 7, 15, 12, 45, 5},
         {"frequency=2500,duration=90,volume=3", 7, 0, 7, 15, 2500, 90, 7},
         {"timeout=5,Frequency=5", 5, 0, 7, 15, 12, 30, 5},
         // clang-format on
     };
+    const std::string prepare = "[HWBEEP<T>::PrepareFeedbackForTrigger] ";
     for (const Case& c : cases) {
         SCOPED_TRACE(c.params);
         SetScannerBeepVolume(c.scannerVolume);
         audio_->SetStreamVolume(c.stream == 0 ? 4 : c.stream, c.current, c.max);
         HWBeepProbe module;
-        ASSERT_TRUE(module.InitializeFeedback());
+        Steps(module, "I1");
         beep_->ClearCalls();
         audio_->ClearTransactions();
-        Lines lines;
-        std::string slider = "2";
         ScopedCapture log;
-        std::istringstream params(c.params);
-        for (std::string key, value;
-             std::getline(params, key, '=') && std::getline(params, value, ',');) {
-            module.SetParameter(key.c_str(), value.c_str());
-            if (key == "volume_slider_type") slider = value;
-            if (key + value == "ignore_ovc_volumetrue") {
-                lines.push_back(Debug("[HWBeep::SetParameter] b_ignore_ovc_volume to true\n"));
-            }
+        Steps(module, c.params + ",P1");
+        Lines lines;
+        if (c.params.rfind("ovc=true", 0) == 0 && c.params[8] != ' ') {
+            lines.push_back(Debug("[HWBeep::SetParameter] b_ignore_ovc_volume to true\n"));
         }
-        EXPECT_TRUE(module.PrepareFeedbackForTrigger());
         lines.push_back(Debug("[HWBeep<T>::PrepareFeedbackForTrigger ] +"));
-        const std::string prepare = "[HWBEEP<T>::PrepareFeedbackForTrigger] ";
         // The slider setting, not the stream it selects, is what the line reports.
+        const std::string slider = c.params.rfind("slider=", 0) == 0 ? c.params.substr(7) : "2";
         if (c.stream != 0) {
             lines.push_back(Debug(prepare + "Stream " + slider + ", Current volume " +
                                   std::to_string(c.current) + ", Max volume " +
@@ -216,6 +224,7 @@ TEST_F(HWBeepTest, PreparationFollowsTheParametersAndTheVolumes) {
     }
 }
 
+// A refused start (an answer of 0 or less) is followed by the configuration and one more start.
 TEST_F(HWBeepTest, TriggerRestartsOnceWhenTheServiceRefuses) {
     const Calls start = {Beep::StartBeep()};
     const Calls again = {Beep::StartBeep(), Config(12, 30, 7), Beep::StartBeep()};
@@ -234,75 +243,54 @@ TEST_F(HWBeepTest, TriggerRestartsOnceWhenTheServiceRefuses) {
         {"3", {}, {}},
         // clang-format on
     };
-    ASSERT_TRUE(module_->InitializeFeedback());
+    Steps(*module_, "I1");
     for (const Case& c : cases) {
-        module_->SetParameter("remote_scanner_audio_feedback_mode", c.mode);
+        Steps(*module_, std::string("mode=") + c.mode);
         beep_->ScriptStartBeep(c.answers);
         beep_->ClearCalls();
         ScopedCapture log;
-        EXPECT_TRUE(module_->TriggerFeedback());
+        Steps(*module_, "T1");
         EXPECT_EQ(c.calls, beep_->Calls()) << c.mode << c.calls.size();
         EXPECT_EQ(c.calls.empty() ? Lines{beeped[0]} : beeped, OwnLines(log));
     }
 }
 
 // The connection is shared by every beep module and dropped by a probe, a failure or a
-// module's destruction; a dead or missing service is fetched again.
+// module's destruction (the service's deaths are the service-death table's).
 TEST_F(HWBeepTest, SharedConnectionIsProbedDroppedAndFetchedAgain) {
-    auto held = [] { return HWBeepHal::sp_IHardwareBeepConfigs != nullptr; };
+    auto held = [](bool held) {
+        return (HWBeepHal::sp_IHardwareBeepConfigs != nullptr) == held &&
+               HWBeepHal::b_HWbeepInit == held;
+    };
     beep_->SetSupported(false);
     ScopedCapture log;
-    EXPECT_FALSE(module_->IsSupported());
-    EXPECT_FALSE(module_->InitializeFeedback());
+    Steps(*module_, "S0,I0");
     EXPECT_EQ((Calls{Beep::IsHWBeepSupported(), Beep::IsHWBeepSupported()}), beep_->Calls());
     beep_->SetSupported(true);
-    EXPECT_TRUE(module_->IsSupported());
-    EXPECT_FALSE(held() || HWBeepHal::b_HWbeepInit);
-    EXPECT_TRUE(module_->InitializeFeedback());
-    EXPECT_TRUE(held() && HWBeepHal::b_HWbeepInit);
-
-    // The service restarts: the held reference fails its ping, the new instance is fetched.
-    sp<Beep> old = beep_;
-    old->ClearCalls();
-    beep_ = Beep::Register();
-    HWBeepProbe second;
-    EXPECT_TRUE(second.InitializeFeedback());
-    second.PrepareFeedbackForTrigger();
-    EXPECT_EQ((Calls{Beep::IsHWBeepSupported(), Config(12, 30, 5)}), beep_->Calls());
-    EXPECT_TRUE(old->Calls().empty());
+    Steps(*module_, "S1");
+    EXPECT_TRUE(held(false));
+    Steps(*module_, "I1");
+    EXPECT_TRUE(held(true));
+    HWBeepProbe second;  // sharing the connection
     module_.reset();
-    EXPECT_FALSE(held() || HWBeepHal::b_HWbeepInit);
-
-    Beep::Remove();
-    EXPECT_FALSE(second.IsSupported());
-    EXPECT_FALSE(second.InitializeFeedback());
-    const Entry unable = Error("[HWBeep::HWBeep()] Unable to get IHardwareBeepConfigs interface.");
-    EXPECT_EQ((Lines{Error("[HWBEEP::InitializeFeedback] HWBEEP IS NOT SUPPORTED.."),
-                     Debug("[HWBeep<T>::PrepareFeedbackForTrigger ] +"),
-                     Debug("[HWBEEP<T>::PrepareFeedbackForTrigger] i_Volume= 5"), unable, unable,
-                     Error("[HWBeep::InitializeFeedback] initialization failed")}),
+    EXPECT_TRUE(held(false));
+    EXPECT_EQ(Lines{Error("[HWBEEP::InitializeFeedback] HWBEEP IS NOT SUPPORTED..")},
               OwnLines(log));
-    beep_ = Beep::Register();
-    EXPECT_TRUE(second.InitializeFeedback());
+    Steps(second, "I1");
     // An empty fetch is not repeated until the state is cleared.
     HWBeepHal::b_HWbeepInit = true;
     HWBeepHal::sp_IHardwareBeepConfigs.clear();
     EXPECT_EQ(nullptr, HWBeepHal::associate());
     HWBeepHal::b_HWbeepInit = false;
     EXPECT_NE(nullptr, HWBeepHal::associate());
-    EXPECT_DEATH(
-        {
-            Beep::Kill();
-            second.TriggerFeedback();
-        },
-        "Attempted to retrieve value from failed HIDL call");
+    EXPECT_DEATH((Beep::Kill(), second.TriggerFeedback()),
+                 "Attempted to retrieve value from failed HIDL call");
 }
 
 TEST_F(HWBeepTest, HeadsetCheckAsksAllNineOutputsInOrder) {
-    const std::vector<orvex::audio::DeviceQuery> nine = {
-        {0x4, ""},   {0x8, ""},  {0x4000000, ""}, {0x80, ""}, {0x100, ""},
-        {0x200, ""}, {0x10, ""}, {0x20, ""},      {0x40, ""},
-    };
+    const std::vector<orvex::audio::DeviceQuery> nine = {{0x4, ""},  {0x8, ""},   {0x4000000, ""},
+                                                         {0x80, ""}, {0x100, ""}, {0x200, ""},
+                                                         {0x10, ""}, {0x20, ""},  {0x40, ""}};
     const std::string check = "[HWBeep::CheckExternalHeadset] ";
     for (audio_devices_t device :
          {AUDIO_DEVICE_NONE, AUDIO_DEVICE_OUT_WIRED_HEADSET, AUDIO_DEVICE_OUT_BLUETOOTH_SCO_CARKIT,
@@ -320,24 +308,16 @@ TEST_F(HWBeepTest, HeadsetCheckAsksAllNineOutputsInOrder) {
     }
 }
 
+// The external haptic module's fixed answers are checked by the library's dlopen caller.
 TEST_F(HWBeepTest, RegisteredFeedbackModulesAnswerTheirFixedValues) {
-    struct Case {
-        PlatformModuleTag tag;
-        const char *name, *parameter;
-        bool reinitialized;
-    } cases[] = {
-        {PLATFORM_MODULE_BEEP, "HWBeep", "", true},
-        {PLATFORM_MODULE_LED, "LEDNotification", nullptr, true},
-        {PLATFORM_MODULE_EXTERNAL_HAPTIC, "IExternalHapticFeedack", nullptr, false},
-    };
-    for (const Case& c : cases) {
+    for (PlatformModuleTag tag : {PLATFORM_MODULE_BEEP, PLATFORM_MODULE_LED}) {
+        const char* name = tag == PLATFORM_MODULE_BEEP ? "HWBeep" : "LEDNotification";
         std::unique_ptr<IFeedbackModule> module(
-            static_cast<IFeedbackModule*>(ComponentIndex::Instance()->CreateModule(c.tag, c.name)));
-        ASSERT_NE(nullptr, module) << c.name;
-        EXPECT_STREQ(c.name, module->GetModuleName());
-        EXPECT_STREQ(c.parameter, module->GetParameter("volume"));
-        EXPECT_EQ(c.reinitialized, module->ReinitializeFeedback());
-        EXPECT_TRUE(module->ReadSubmit());
+            static_cast<IFeedbackModule*>(ComponentIndex::Instance()->CreateModule(tag, name)));
+        ASSERT_NE(nullptr, module) << name;
+        EXPECT_STREQ(name, module->GetModuleName());
+        EXPECT_STREQ(tag == PLATFORM_MODULE_BEEP ? "" : nullptr, module->GetParameter("volume"));
+        EXPECT_TRUE(module->ReinitializeFeedback() && module->ReadSubmit());
         EXPECT_FALSE(module->CheckExternalHeadset());
         module->ReleaseResources();
         module->SetCallback(nullptr);
@@ -378,29 +358,26 @@ class LEDTest : public ::testing::Test {
     std::unique_ptr<LEDProbe> module_;
 };
 
-// One scan after another on the HIDL light. Steps: "d=", "r=" and "t=" set decoding_led_feedback,
-// isRedLedActive and good_decode_led_timer; P, T and R prepare, trigger and reset (each answers
-// true); A and D make the caller allow or deny the LED, N drops the callback; W waits for the
-// timer's call, made on the timer service's callback thread. Colours: R(ed), G(reen), O(ff).
-// Lines: 8 set light, c SetCallback, e no callback, a/n LED (not) available, r/o set red/off.
+// One scan after another on the HIDL light (Steps' steps). A and D make the caller allow or deny
+// the LED, N drops the callback; W waits for the timer's call, made on the timer service's
+// callback thread. Colours: R(ed), G(reen), O(ff). Lines: 8 set light, c SetCallback, e no
+// callback, a/n LED (not) available, r/o set red/off.
 TEST_F(LEDTest, ScansDriveTheLightThroughItsColours) {
     struct Case {
         const char *steps, *colors, *lines;
     } cases[] = {
         // clang-format off
-        {"d=true r=true t=20 A P T W", "RGR", "c88ar8"}, {"d=true t=20 A P T W", "RGO", "c88ao8"},
-        {"d=true r=true P T", "RR", "8ear8"},  // no timer: green is never shown
-        {"d=true t=-1 P T", "RO", "8eao8"}, {"d=true r=true t=0 P T", "RR", "8ear8"},
-        {"r=true t=0 P T", "", ""},
+        {"d=true,r=true,t=20,A,P1,T1,W", "RGR", "c88ar8"}, {"d=true,t=20,A,P1,T1,W", "RGO", "c88ao8"},
+        {"d=true,r=true,P1,T1", "RR", "8ear8"},  // no timer: green is never shown
+        {"d=true,t=-1,P1,T1", "RO", "8eao8"}, {"d=true,r=true,t=0,P1,T1", "RR", "8ear8"},
+        {"r=true,t=0,P1,T1", "", ""},
         // A reset during the green phase changes nothing; a new scan ends the phase.
-        {"d=true r=true t=600000 P T R P R", "RGRR", "888ear8"},
+        {"d=true,r=true,t=600000,P1,T1,R1,P1,R1", "RGRR", "888ear8"},
         // Switched off, the LED is reset while the old setting still holds.
-        {"d=true r=true d=off R", "RO", "ear8eao8"},
-        {"d=true D R A R N R", "OO", "cncao8ceao8"}, {"r=TRUE d=true R", "O", "eao8"},
+        {"d=true,r=true,d=off,R1", "RO", "ear8eao8"},
+        {"d=true,D,R1,A,R1,N,R1", "OO", "cncao8ceao8"}, {"r=TRUE,d=true,R1", "O", "eao8"},
         // clang-format on
     };
-    const std::map<char, std::string> keys = {
-        {'d', "decoding_led_feedback"}, {'r', "isRedLedActive"}, {'t', "good_decode_led_timer"}};
     const std::string reset = "[LEDNotification<T>::ResetFeedback()] ";
     const std::map<char, Entry> lines = {
         {'8', kSet8},
@@ -415,7 +392,7 @@ TEST_F(LEDTest, ScansDriveTheLightThroughItsColours) {
         SCOPED_TRACE(c.steps);
         NewModule();
         sp<FakeHidlLight> light = FakeHidlLight::Register();
-        ASSERT_TRUE(module_->InitializeFeedback());
+        Steps(*module_, "I1");
         HidlCalls colors;
         for (const char* p = c.colors; *p != '\0'; ++p) {
             colors.push_back(Hidl(*p == 'R' ? kRed : *p == 'G' ? kGreen : kOff));
@@ -424,24 +401,16 @@ TEST_F(LEDTest, ScansDriveTheLightThroughItsColours) {
         for (const char* p = c.lines; *p != '\0'; ++p) expected.push_back(lines.at(*p));
         LedAccess access;
         ScopedCapture log;
-        std::istringstream steps(c.steps);
-        for (std::string s; steps >> s;) {
-            if (s.size() > 2 && s[1] == '=') {
-                module_->SetParameter(keys.at(s[0]).c_str(), s.c_str() + 2);
-            } else if (s == "W") {
-                ASSERT_TRUE(light->WaitForCalls(colors.size(), std::chrono::seconds(10)));
-                const HidlCalls calls = light->Calls();
-                EXPECT_TRUE(pthread_equal(calls.back().thread, TimerProvider::ms_CallbackThread));
-                EXPECT_TRUE(pthread_equal(calls[calls.size() - 2].thread, pthread_self()));
-            } else if (s == "A" || s == "D" || s == "N") {
+        Steps(*module_, c.steps, [&](const std::string& s) {
+            if (s != "W") {
                 access.allowed = s == "A";
-                module_->SetCallback(s == "N" ? nullptr : &access);
-            } else {
-                EXPECT_TRUE(s == "P"   ? module_->PrepareFeedbackForTrigger()
-                            : s == "T" ? module_->TriggerFeedback()
-                                       : module_->ResetFeedback());
+                return module_->SetCallback(s == "N" ? nullptr : &access);
             }
-        }
+            ASSERT_TRUE(light->WaitForCalls(colors.size(), std::chrono::seconds(10)));
+            const HidlCalls calls = light->Calls();
+            EXPECT_TRUE(pthread_equal(calls.back().thread, TimerProvider::ms_CallbackThread));
+            EXPECT_TRUE(pthread_equal(calls[calls.size() - 2].thread, pthread_self()));
+        });
         EXPECT_EQ(colors, light->Calls());
         EXPECT_EQ(expected, OwnLines(log));
     }
@@ -476,9 +445,7 @@ TEST_F(LEDTest, LightIsTheHidlOneOrTheAidlScanLed) {
         if (!c.hidl) FakeHidlLight::Remove();
         sp<FakeAidlLights> lights = FakeAidlLights::Register(c.lights, c.remote);
         ScopedCapture log;
-        EXPECT_TRUE(module_->InitializeFeedback());
-        module_->SetParameter("decoding_led_feedback", "true");
-        EXPECT_TRUE(module_->PrepareFeedbackForTrigger());
+        Steps(*module_, "I1,d=true,P1");
         EXPECT_EQ(c.calls, lights->Calls());
         EXPECT_EQ(c.lines, OwnLines(log));
         EXPECT_TRUE(LightHal::b_LightInit);
@@ -488,8 +455,7 @@ TEST_F(LEDTest, LightIsTheHidlOneOrTheAidlScanLed) {
 
 TEST_F(LEDTest, WithoutLightsServicesBothAreTriedAgainEachTime) {
     ScopedCapture log;
-    EXPECT_FALSE(module_->IsSupported());
-    EXPECT_FALSE(module_->InitializeFeedback());
+    Steps(*module_, "S0,I0");
     EXPECT_EQ((Lines{kUnable, kUnable, kUnable, kUnable,
                      Error("[LEDNotification::InitializeFeedback] initialization failed")}),
               OwnLines(log));
@@ -499,12 +465,12 @@ TEST_F(LEDTest, WithoutLightsServicesBothAreTriedAgainEachTime) {
     sp<FakeAidlLights> aidl = new FakeAidlLights();
     android::defaultServiceManager()->addService(
         android::String16(FakeAidlLights::InstanceName().c_str()), aidl);
-    EXPECT_FALSE(module_->InitializeFeedback());
+    Steps(*module_, "I0");
     orvex::binder::Declare(FakeAidlLights::InstanceName());
     // A probe leaves no light object; "datacapture_led_id" connects again, whatever its value.
-    EXPECT_TRUE(module_->IsSupported());
+    Steps(*module_, "S1");
     EXPECT_FALSE(LightHal::lighthal != nullptr || LightHal::b_LightInit);
-    module_->SetParameter("datacapture_led_id", "17");
+    Steps(*module_, "datacapture_led_id=17");
     EXPECT_NE(nullptr, LightHal::lighthal);
     EXPECT_TRUE(LightHal::lighthal == module_->p_light && LightHal::b_LightInit);
     EXPECT_TRUE(aidl->Calls().empty());
@@ -512,20 +478,20 @@ TEST_F(LEDTest, WithoutLightsServicesBothAreTriedAgainEachTime) {
 
 TEST_F(LEDTest, TimerIsRecreatedOnlyOnChangeAndAnUnknownOneStillResets) {
     EXPECT_EQ(-1, module_->i_goodDecodeLedTimer);
-    module_->SetParameter("good_decode_led_timer", "50");
+    Steps(*module_, "t=50");
     TimerProvider* timer = module_->p_goodDecodeTimer;
     ASSERT_NE(nullptr, timer);
     EXPECT_TRUE(timer->n_IntervalMs == 50 && timer->p_Context == module_.get());
-    module_->SetParameter("good_decode_led_timer", "50");
+    Steps(*module_, "t=50");
     EXPECT_EQ(timer, module_->p_goodDecodeTimer);
-    module_->SetParameter("good_decode_led_timer", "-1");
+    Steps(*module_, "t=-1");
     ASSERT_NE(nullptr, module_->p_goodDecodeTimer);
     EXPECT_EQ(-1, module_->p_goodDecodeTimer->n_IntervalMs);
-    module_->SetParameter("good_decode_led_timer", "0");
+    Steps(*module_, "t=0");
     EXPECT_TRUE(module_->p_goodDecodeTimer == nullptr && module_->i_goodDecodeLedTimer == 0);
 
     sp<FakeHidlLight> light = FakeHidlLight::Register();
-    ASSERT_TRUE(module_->InitializeFeedback());
+    Steps(*module_, "I1");
     timer = TimerProvider::CreateNewTimer(1000, &LEDProbe::OnTimer, module_.get());
     ScopedCapture log;
     LEDProbe::OnTimer(timer);
@@ -579,15 +545,10 @@ TEST_F(HapticTest, EachScanAsksForTheVibratorAndVibratesForThreeHundred) {
     sim_.Start();
     ScopedCapture log;
     HapticProbe module;
-    ASSERT_TRUE(module.InitializeFeedback());
-    module.SetParameter("duration", "10");  // no setting changes the duration
-    EXPECT_FALSE(module.PrepareFeedbackForTrigger());
-    EXPECT_TRUE(module.TriggerFeedback());
+    Steps(module, "I1,duration=10,P0,T1");        // no setting changes the duration
     notifier_->SetExternalVibratorPresent(true);  // plugged in between scans
     notifier_->SetVibrateResult(-5);
-    EXPECT_TRUE(module.PrepareFeedbackForTrigger());
-    EXPECT_TRUE(module.TriggerFeedback());
-    EXPECT_TRUE(module.ResetFeedback());
+    Steps(module, "P1,T1,R1");
     EXPECT_EQ((HapticCalls{"isExternalVibratorPresent()", "isExternalVibratorPresent()",
                            "vibrateExternal(300)"}),
               notifier_->calls().Calls());
@@ -610,21 +571,20 @@ TEST_F(HapticTest, ConnectionIsFetchedUntilItAnswersSharedAndDropped) {
     auto module = std::make_unique<HapticProbe>();
     module->b_externalVibratorPresent = true;
     ScopedCapture log;
-    EXPECT_FALSE(module->PrepareFeedbackForTrigger());  // not initialized
+    Steps(*module, "P0");  // not initialized
     EXPECT_TRUE(module->b_externalVibratorPresent);
-    EXPECT_FALSE(module->IsSupported());
-    EXPECT_FALSE(module->InitializeFeedback());
+    Steps(*module, "S0,I0");
     HardwareManagerSim bare;  // a manager without a pluggable interface
-    EXPECT_FALSE(module->InitializeFeedback());
+    Steps(*module, "I0");
     EXPECT_EQ(nullptr, Hal::sp_IDCHWManager);
     bare.Remove();
     sim_.Start();
-    EXPECT_TRUE(module->IsSupported());
+    Steps(*module, "S1");
     EXPECT_TRUE(dropped());
     sim_.manager()->calls().Clear();
-    EXPECT_TRUE(module->InitializeFeedback());
+    Steps(*module, "I1");
     HapticProbe second;
-    EXPECT_TRUE(second.InitializeFeedback());
+    Steps(second, "I1");
     EXPECT_EQ(HapticCalls{"getPlugableDeviceNotifier()"}, sim_.manager()->calls().Calls());
 
     // A restarted manager fails the ping and is fetched with its new interface.
@@ -633,7 +593,7 @@ TEST_F(HapticTest, ConnectionIsFetchedUntilItAnswersSharedAndDropped) {
     HapticProbe third;
     EXPECT_TRUE(third.InitializeFeedback() && Hal::b_ExternalHapticFeedackInit);
     notifier_->SetExternalVibratorPresent(true);
-    EXPECT_TRUE(third.PrepareFeedbackForTrigger());
+    Steps(third, "P1");
     EXPECT_EQ(HapticCalls{"isExternalVibratorPresent()"}, notifier_->calls().Calls());
     EXPECT_TRUE(old->calls().Calls().empty());
     module.reset();
