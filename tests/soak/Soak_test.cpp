@@ -6,6 +6,7 @@
 #include <string.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <fstream>
@@ -111,8 +112,7 @@ void RunCaller(Record* first, Record* last) {
 TEST(TimerProviderSoak, TenThousandTimersFromFourThreadsAndFromCallbacksEachCallbackOnce) {
     // The same count under ASan and TSan: the run waits on 1 ms timers far more than it computes,
     // so sanitizers barely lengthen it.
-    constexpr size_t kTimers = 10000;
-    constexpr size_t kThreads = 4;
+    constexpr size_t kTimers = 10000, kThreads = 4;
     soak::QuietLog quiet;
     soak::Baseline baseline;
     std::vector<Record> records(kTimers);
@@ -122,17 +122,15 @@ TEST(TimerProviderSoak, TenThousandTimersFromFourThreadsAndFromCallbacksEachCall
     testing::internal::CaptureStdout();
     TimerProvider::Initialize();
     std::vector<std::thread> callers;
-    for (size_t t = 0; t < kThreads; ++t) {
+    for (size_t t = 0; t < kThreads; ++t)
         callers.emplace_back(RunCaller, &records[t * kTimers / kThreads],
                              records.data() + (t + 1) * kTimers / kThreads);
-    }
     for (std::thread& caller : callers) caller.join();
     EXPECT_TRUE(gFired.WaitFor([&](int) {
-        for (const Record& r : records) {
-            if (r.callbacks < kPromised[r.story].least) return false;
-            if (r.childCallbacks < kPromised[r.story].child) return false;
-        }
-        return true;
+        return std::all_of(records.begin(), records.end(), [](const Record& r) {
+            return r.callbacks >= kPromised[r.story].least &&
+                   r.childCallbacks >= kPromised[r.story].child;
+        });
     }));
     // Nothing is armed any more but what a racing stop may have let through: the service ends
     // with every timer destroyed, by its owner, by itself, or by the end of the service.
@@ -182,9 +180,8 @@ class CountingCallback : public ITriggerKeyEventWrapperCallBack {
 };
 
 TEST(HWTriggerSoak, AThousandServiceDeathsWhileKeysArePressed) {
-    constexpr unsigned kDeaths = 1000;
-    constexpr unsigned kKeysInFlight = 3;  // pressed just before each death
-    constexpr unsigned kKeyAfterReconnect = 100;
+    // Keys in flight are pressed just before each death.
+    constexpr unsigned kDeaths = 1000, kKeysInFlight = 3, kKeyAfterReconnect = 100;
     soak::QuietLog quiet;
     orvex::hostlog::ScopedCapture log;
     HardwareManagerSim sim;
@@ -200,9 +197,8 @@ TEST(HWTriggerSoak, AThousandServiceDeathsWhileKeysArePressed) {
     ASSERT_TRUE(callback.WaitFor(0, kKeyAfterReconnect));
     for (unsigned round = 1; round <= kDeaths; ++round) {
         SCOPED_TRACE("round " + std::to_string(round));
-        for (unsigned key = 0; key < kKeysInFlight; ++key) {
+        for (unsigned key = 0; key < kKeysInFlight; ++key)
             ASSERT_TRUE(sim.trigger()->Press(key % 2 + 1, round, key));
-        }
         // The death lands while those keys are being written and read; the service comes
         // back at once and the death handling connects to the new instance by itself.
         sim.Kill();
@@ -239,8 +235,7 @@ TEST(HWTriggerSoak, AThousandServiceDeathsWhileKeysArePressed) {
 // and no descriptor behind.
 namespace flood {
 
-constexpr unsigned kCycles = 400;
-constexpr unsigned kFloodThreads = 3;
+constexpr unsigned kCycles = 400, kFloodThreads = 3;
 // Deliveries each cycle waits for before it releases, so that every cycle sees the flood.
 constexpr size_t kDeliveriesPerCycle = 20;
 constexpr int8_t kScannerType = 2;
@@ -430,17 +425,15 @@ TEST(CallbackFloodSoak, PlugChangesFromServiceThreadsWhileTheNotifierIsReleasedA
 // not used: the freed range may be mapped again at once by another thread's allocation.
 namespace frames {
 
-constexpr unsigned kCycles = 300;
-constexpr unsigned kCyclesPerSession = 50;
+constexpr unsigned kCycles = 300, kCyclesPerSession = 50;
 constexpr uint64_t kFramesPerCycle = 2;  // at least, before the scan ends
 
 // Mappings of the fake's frame files in /proc/self/maps: nothing but a frame maps one.
 size_t FrameMappings() {
     std::ifstream maps("/proc/self/maps");
     size_t n = 0;
-    for (std::string line; std::getline(maps, line);) {
+    for (std::string line; std::getline(maps, line);)
         n += line.find("memfd:orvex-frame") != std::string::npos;
-    }
     return n;
 }
 
@@ -480,9 +473,8 @@ class ScanCallback : public IImageCallback {
         const auto* data = static_cast<const uint8_t*>(frame);
         const size_t step = static_cast<size_t>(sysconf(_SC_PAGESIZE));
         bool pattern = data[mBytes - 1] == FakeImagerAdapter::PatternByte(data[0], mBytes - 1);
-        for (size_t i = 0; i < mBytes && pattern; i += step) {
+        for (size_t i = 0; i < mBytes && pattern; i += step)
             pattern = data[i] == FakeImagerAdapter::PatternByte(data[0], i);
-        }
         Frame received{mCycle, data[0], pattern, false, UINT64_MAX, false};
         mLedger.Change([&](Scans& s) {
             received.late = s.closed.count(mCycle) != 0;
