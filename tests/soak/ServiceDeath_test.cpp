@@ -11,21 +11,10 @@
 // own registration and fail that call with DEAD_OBJECT, as a binder call to a process that dies
 // while serving it fails.
 
-#include <android/hardware/light/2.0/ILight.h>
 #include <binder/IServiceManager.h>
 #include <gtest/gtest.h>
-#include <hidl/Status.h>
 #include <orvex/binder_services.h>
 #include <orvex/hidl_registry.h>
-#include <signal.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <chrono>
-#include <functional>
-#include <optional>
-#include <sstream>
-#include <thread>
 
 #include "BatterySwapModule.h"
 #include "CameraModule.h"
@@ -38,7 +27,6 @@
 #include "FakeHidlLight.h"
 #include "FakePlugableDeviceNotifier.h"
 #include "FakeSerial.h"
-#include "FakeSerialFWUpdate.h"
 #include "FeedbackTestEnv.h"
 #include "HWBeep.h"
 #include "HWTrigger.h"
@@ -49,8 +37,6 @@
 #include "LEDNotification.h"
 #include "PlugableDeviceNotifier.h"
 #include "SerialPort.h"
-#include "SupportedScannerInfo.h"
-#include "TimerProvider.h"
 #include "V4L2ImagerAdapterHIDLProxy.h"
 
 namespace service_death {
@@ -112,59 +98,52 @@ struct Mortal : B {
         this->Dies(#call, true);                       \
         return answer;                                 \
     }
+using U = uint32_t;
+using Str = const hidl_string&;
+using Vec = const hidl_vec<uint8_t>&;
+using Listener = const sp<dch::IPlugableNotifierCallback>&;
+// clang-format off
 struct MortalManager : Mortal<FakeDCHWManager> {
-    DIES(sp<dch::ITrigger>, getTriggerInterface, (), ())
-    DIES(sp<dch::IImager>, getImager, (), ())
+    DIES(sp<dch::ITrigger>, getTriggerInterface, (), ()) DIES(sp<dch::IImager>, getImager, (), ())
     DIES(sp<dch::ISerial>, getSerialInterface, (), ())
     DIES(sp<dch::IPlugableDeviceNotifier>, getPlugableDeviceNotifier, (), ())
     DIES(sp<dch::IBatterySwapHandler>, getBatterySwapHandler, (), ())
     DIES(sp<dch::ICameraVendorTagProvider>, getCameraVendorTagProvider, (), ())
 };
 struct MortalTrigger : Mortal<FakeTrigger> {
-    DIES(bool, acquireTrigger, (), ())
+    DIES(bool, acquireTrigger, (), ()) DIES(bool, releaseTrigger, (), ())
     DIES(bool, setKeyEventQueue, (const android::hardware::MQDescriptorSync<uint32_t>& q), (q))
-    DIES(bool, releaseTrigger, (), ())
 };
-struct MortalBeep : Mortal<FakeHardwareBeep> {
-    DIES(int32_t, startBeep, (), ())
-};
+struct MortalBeep : Mortal<FakeHardwareBeep> { DIES(int32_t, startBeep, (), ()) };
 struct MortalSerial : Mortal<FakeSerial> {
     DIES(uint8_t, registerCallback, (const sp<ISerialCallback>& cb), (cb))
-    DIES(uint8_t, openPort, (const hidl_string& port, int32_t baud, bool flow), (port, baud, flow))
+    DIES(uint8_t, openPort, (Str port, int32_t baud, bool flow), (port, baud, flow))
     DIES(sp<ISerialFWUpdate>, getSerialFWInterface, (), ())
 };
-struct MortalFirmware : Mortal<FakeSerialFWUpdate> {
-    DIES(void, fwRead, (fwRead_cb cb), (cb))
-};
+struct MortalFirmware : Mortal<FakeSerialFWUpdate> { DIES(void, fwRead, (fwRead_cb cb), (cb)) };
 struct MortalNotifier : Mortal<FakePlugableDeviceNotifier> {
-    DIES(uint8_t, registerNotifierCallback, (const sp<IPlugableNotifierCallback>& cb, int32_t t),
-         (cb, t))
+    DIES(uint8_t, registerNotifierCallback, (Listener cb, int32_t t), (cb, t))
     DIES(void, getPortName, (getPortName_cb cb), (cb))
 };
-struct MortalHandler : Mortal<FakeBatterySwapHandler> {
-    DIES(bool, enterBatterySwap, (), ())
-};
+struct MortalHandler : Mortal<FakeBatterySwapHandler> { DIES(bool, enterBatterySwap, (), ()) };
 struct MortalTags : Mortal<FakeCameraVendorTagProvider> {
-    DIES(int32_t, getVendorTagId, (const hidl_string& name), (name))
-};
+    DIES(int32_t, getVendorTagId, (Str name), (name)) };
 struct MortalImager : Mortal<FakeImager> {
-    DIES(int8_t, openImager, (), ())
-    DIES(int8_t, closeImager, (), ())
+    DIES(int8_t, openImager, (), ()) DIES(int8_t, closeImager, (), ())
     DIES(void, getEngineID, (getEngineID_cb cb), (cb))
     DIES(sp<dch::IImagerControl>, getImagerControl, (), ())
     DIES(sp<dch::IImagerAdapter>, getImagerAdapter, (), ())
 };
-using U = uint32_t;
 struct MortalControl : Mortal<FakeImagerControl> {
-    DIES(void, sendCommand, (const hidl_vec<uint8_t>& c, U a, U b, U d, U e, sendCommand_cb cb),
-         (c, a, b, d, e, cb))
+    DIES(void, sendCommand, (Vec c, U a, U b, U d, U e, sendCommand_cb cb), (c, a, b, d, e, cb))
 };
 struct MortalAdapter : Mortal<FakeImagerAdapter> {
-    DIES(int8_t, Init, (const hidl_string& name, const PreviewSize& size), (name, size))
+    DIES(int8_t, Init, (Str name, const PreviewSize& size), (name, size))
     DIES(int8_t, RegisterFrameCallback, (const sp<IFrameCallback>& cb), (cb))
-    DIES(void, GetParameter, (const hidl_string& name, GetParameter_cb cb), (name, cb))
+    DIES(void, GetParameter, (Str name, GetParameter_cb cb), (name, cb))
     DIES(int8_t, HaltAcquisition, (bool halt, int32_t flag), (halt, flag))
 };
+// clang-format on
 
 // A binder service (audio, AIDL lights) whose process can die: every transaction then fails.
 template <typename B>
