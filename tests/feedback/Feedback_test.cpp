@@ -367,7 +367,8 @@ TEST_F(LEDTest, ScansDriveTheLightThroughItsColours) {
         const char *steps, *colors, *lines;
     } cases[] = {
         // clang-format off
-        {"d=true,r=true,t=20,A,P1,T1,W", "RGR", "c88ar8"}, {"d=true,t=20,A,P1,T1,W", "RGO", "c88ao8"},
+        {"d=true,r=true,t=20,A,P1,T1,W", "RGR", "c88ar8"},
+        {"d=true,t=20,A,P1,T1,W", "RGO", "c88ao8"},
         {"d=true,r=true,P1,T1", "RR", "8ear8"},  // no timer: green is never shown
         {"d=true,t=-1,P1,T1", "RO", "8eao8"}, {"d=true,r=true,t=0,P1,T1", "RR", "8ear8"},
         {"r=true,t=0,P1,T1", "", ""},
@@ -512,62 +513,24 @@ TEST_F(LEDTest, ConvertToargbDoesNotMask) {
     }
 }
 
-const std::string kPrep = "[IExternalHapticFeedack<T>::PrepareFeedbackForTrigger ] ";
-const Entry kPrepare = Debug(kPrep + "+");
-const Entry kAcquired = Debug("[IDCHWManager] Acquired Plugable interface.");
-const Entry kCtor = Debug("[IExternalHapticFeedack<T>::IExternalHapticFeedack] ctor");
-const Entry kAssociated = Info(
-    "[IExternalHapticFeedack<T>::InitializeFeedback] External Haptic feedback HAL has been "
-    "associated");
-using HapticCalls = std::vector<std::string>;
-using Hal = ExternalHapticFeedackHal;
-
 struct HapticProbe : IExternalHapticFeedack<ANDROID_VERSION_10> {
     using IExternalHapticFeedack::b_externalVibratorPresent;
 };
 
-class HapticTest : public ::testing::Test {
-  protected:
-    // Every manager instance hands out a new pluggable interface, as a restarted service would.
-    void SetUp() override {
-        sim_.AddBuilder([this](FakeDCHWManager& manager) {
-            notifier_ = new FakePlugableDeviceNotifier();
-            manager.SetPlugableDeviceNotifier(notifier_);
-        });
-    }
-    void TearDown() override { sim_.Remove(); }
-
-    HardwareManagerSim sim_{false};
-    sp<FakePlugableDeviceNotifier> notifier_;
-};
-
-TEST_F(HapticTest, EachScanAsksForTheVibratorAndVibratesForThreeHundred) {
-    sim_.Start();
-    ScopedCapture log;
-    HapticProbe module;
-    Steps(module, "I1,duration=10,P0,T1");        // no setting changes the duration
-    notifier_->SetExternalVibratorPresent(true);  // plugged in between scans
-    notifier_->SetVibrateResult(-5);
-    Steps(module, "P1,T1,R1");
-    EXPECT_EQ((HapticCalls{"isExternalVibratorPresent()", "isExternalVibratorPresent()",
-                           "vibrateExternal(300)"}),
-              notifier_->calls().Calls());
-    EXPECT_EQ(HapticCalls{"getPlugableDeviceNotifier()"}, sim_.manager()->calls().Calls());
-    const Entry trigger = Debug("[IExternalHapticFeedack::TriggerFeedback] +");
-    EXPECT_EQ((Lines{kCtor, kAcquired, kAssociated, kPrepare,
-                     Info(kPrep + "External vibrator not present"), trigger, kPrepare,
-                     Debug(kPrep + "External vibrator present"), trigger,
-                     Debug("[IExternalHapticFeedack::TriggerFeedback] vibrateExternal ret:-5")}),
-              OwnLines(log));
-}
-
 // The connection is fetched until the manager and its interface answer, shared while the
-// manager answers its ping, and dropped by a probe, a failure or a module's destruction.
-TEST_F(HapticTest, ConnectionIsFetchedUntilItAnswersSharedAndDropped) {
+// manager answers its ping, and dropped by a probe, a failure or a module's destruction (the
+// manager's deaths are the service-death table's). Each scan asks for the vibrator and vibrates
+// for 300 whatever the settings.
+TEST(IExternalHapticFeedack, ConnectsScansAndDropsItsConnection) {
+    using Hal = ExternalHapticFeedackHal;
+    using HapticCalls = std::vector<std::string>;
     auto dropped = [] {
         return Hal::sp_IDCHWManager == nullptr && Hal::sp_PlugableHal == nullptr &&
                !Hal::b_ExternalHapticFeedackInit;
     };
+    HardwareManagerSim sim{false};
+    sp<FakePlugableDeviceNotifier> notifier = new FakePlugableDeviceNotifier();
+    sim.AddBuilder([&](FakeDCHWManager& manager) { manager.SetPlugableDeviceNotifier(notifier); });
     auto module = std::make_unique<HapticProbe>();
     module->b_externalVibratorPresent = true;
     ScopedCapture log;
@@ -578,37 +541,42 @@ TEST_F(HapticTest, ConnectionIsFetchedUntilItAnswersSharedAndDropped) {
     Steps(*module, "I0");
     EXPECT_EQ(nullptr, Hal::sp_IDCHWManager);
     bare.Remove();
-    sim_.Start();
+    sim.Start();
     Steps(*module, "S1");
     EXPECT_TRUE(dropped());
-    sim_.manager()->calls().Clear();
+    sim.manager()->calls().Clear();
     Steps(*module, "I1");
     HapticProbe second;
-    Steps(second, "I1");
-    EXPECT_EQ(HapticCalls{"getPlugableDeviceNotifier()"}, sim_.manager()->calls().Calls());
-
-    // A restarted manager fails the ping and is fetched with its new interface.
-    sp<FakePlugableDeviceNotifier> old = notifier_;
-    sim_.Restart();
-    HapticProbe third;
-    EXPECT_TRUE(third.InitializeFeedback() && Hal::b_ExternalHapticFeedackInit);
-    notifier_->SetExternalVibratorPresent(true);
-    Steps(third, "P1");
-    EXPECT_EQ(HapticCalls{"isExternalVibratorPresent()"}, notifier_->calls().Calls());
-    EXPECT_TRUE(old->calls().Calls().empty());
+    Steps(second, "I1,duration=10,P0,T1");
+    EXPECT_EQ(HapticCalls{"getPlugableDeviceNotifier()"}, sim.manager()->calls().Calls());
+    notifier->SetExternalVibratorPresent(true);  // plugged in between scans
+    notifier->SetVibrateResult(-5);
+    Steps(second, "P1,T1,R1");
+    EXPECT_EQ((HapticCalls{"isExternalVibratorPresent()", "isExternalVibratorPresent()",
+                           "vibrateExternal(300)"}),
+              notifier->calls().Calls());
     module.reset();
     EXPECT_TRUE(dropped());
-    const Entry noManager = Error("[IDCHWManager] Unable to get IDCHWManager interface.");
-    const Entry failed =
-        Error("[IExternalHapticFeedack<T>::InitializeFeedback] intialisation failed");
+    const std::string prep = "[IExternalHapticFeedack<T>::PrepareFeedbackForTrigger ] ";
     const std::string available = "[IExternalHapticFeedack<T>::IsSupported] bExternalHapticFeedack";
+    const Entry noManager = Error("[IDCHWManager] Unable to get IDCHWManager interface."),
+                failed =
+                    Error("[IExternalHapticFeedack<T>::InitializeFeedback] intialisation failed"),
+                acquired = Debug("[IDCHWManager] Acquired Plugable interface."),
+                associated = Info(
+                    "[IExternalHapticFeedack<T>::InitializeFeedback] External Haptic "
+                    "feedback HAL has been associated"),
+                trigger = Debug("[IExternalHapticFeedack::TriggerFeedback] +");
     // clang-format off
-    EXPECT_EQ((Lines{kPrepare, Error(kPrep + "Something is wrong. IQBIoConnectorDevice is null"),
-                     noManager, Debug(available + "Available=0 "), noManager, failed,
-                     Error("[IDCHWManager] Unable to get Plugable interface."), failed, kAcquired,
-                     Debug(available + "Available=1 "), kAcquired, kAssociated, kCtor, kAssociated,
-                     kCtor, kAcquired, kAssociated, kPrepare,
-                     Debug(kPrep + "External vibrator present"),
+    EXPECT_EQ((Lines{Debug(prep + "+"),
+                     Error(prep + "Something is wrong. IQBIoConnectorDevice is null"), noManager,
+                     Debug(available + "Available=0 "), noManager, failed,
+                     Error("[IDCHWManager] Unable to get Plugable interface."), failed, acquired,
+                     Debug(available + "Available=1 "), acquired, associated,
+                     Debug("[IExternalHapticFeedack<T>::IExternalHapticFeedack] ctor"), associated,
+                     Debug(prep + "+"), Info(prep + "External vibrator not present"), trigger,
+                     Debug(prep + "+"), Debug(prep + "External vibrator present"), trigger,
+                     Debug("[IExternalHapticFeedack::TriggerFeedback] vibrateExternal ret:-5"),
                      Debug("[IExternalHapticFeedack<T>::~IExternalHapticFeedack]  dtor ")}),
               OwnLines(log));
     // clang-format on
