@@ -70,11 +70,8 @@ class TimerProviderTest : public ::testing::Test {
 };
 
 TEST_F(TimerProviderTest, OneShotsFireInDeadlineOrderOnTheCallbackThreadAndStopDisarms) {
-    TimerProvider* early = Create(300);
-    TimerProvider* restarted = Create(1000);
-    TimerProvider* witness = Create(1250);
-    TimerProvider* late = Create(1750);
-    TimerProvider* stopped = Create(600);
+    TimerProvider *early = Create(300), *restarted = Create(1000), *witness = Create(1250),
+                  *late = Create(1750), *stopped = Create(600);
     EXPECT_FALSE(witness->IsStarted());
     const Clock::time_point started = Clock::now();
     for (TimerProvider* timer : {late, witness, restarted, stopped, early}) timer->Start();
@@ -103,14 +100,10 @@ TEST_F(TimerProviderTest, OneShotsFireInDeadlineOrderOnTheCallbackThreadAndStopD
     EXPECT_EQ(stopped, Firings()[4].timer);
 }
 
-// Writes one raw request, as a caller thread does.
+// Writes one raw request, as a caller thread does: a 32-bit kind, 32 zero bits, the timer.
 void SendRaw(uint32_t kind, const void* timer) {
-    struct {
-        uint32_t kind;
-        uint32_t zero;
-        uint64_t timer;
-    } message = {kind, 0, reinterpret_cast<uintptr_t>(timer)};
-    ASSERT_EQ(16, write(TimerProvider::ms_EpollWriteFd, &message, sizeof message));
+    const uint64_t message[] = {kind, reinterpret_cast<uintptr_t>(timer)};  // little-endian
+    ASSERT_EQ(16, write(TimerProvider::ms_EpollWriteFd, message, sizeof message));
 }
 
 TEST_F(TimerProviderTest, LateNewsIsIgnoredAndExpiryLeavesTheWaitLockSignalledForARestart) {
