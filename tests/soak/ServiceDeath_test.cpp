@@ -69,10 +69,7 @@ void AfterDeath();
 
 void KillManager() { orvex::hidl::KillService(dch::IDCHWManager::descriptor, "default"); }
 
-template <typename R>
-Return<R> DeadObject() {
-    return Return<R>(android::hardware::Status::fromStatusT(android::DEAD_OBJECT));
-}
+const auto kDeadObject = android::hardware::Status::fromStatusT(android::DEAD_OBJECT);
 
 // A fake that dies once, at the row's death point: its process (the hardware manager's, with
 // every interface it handed out, or the beep service's) dies in that call or right after it.
@@ -91,12 +88,12 @@ struct Mortal : B {
         return true;
     }
 };
-#define DIES(R, call, params, args)                    \
-    Return<R> call params override {                   \
-        if (this->Dies(#call)) return DeadObject<R>(); \
-        Return<R> answer = Base::call args;            \
-        this->Dies(#call, true);                       \
-        return answer;                                 \
+#define DIES(R, call, params, args)                \
+    Return<R> call params override {               \
+        if (this->Dies(#call)) return kDeadObject; \
+        Return<R> answer = Base::call args;        \
+        this->Dies(#call, true);                   \
+        return answer;                             \
     }
 using U = uint32_t;
 using Str = const hidl_string&;
@@ -176,19 +173,14 @@ std::string Letter(const Entry& e) {
 }
 
 // The caller's callbacks (keys, serial data, device changes), recording what reached them.
-struct Callbacks : ITriggerKeyEventWrapperCallBack,
-                   ISerialDataCallBack,
-                   IPlugableHALCallBack,
-                   CallLog {
-    void OnKeyEvent(unsigned a, unsigned b) override {
-        Add(std::to_string(a) + "." + std::to_string(b));
-    }
+struct Heard : ITriggerKeyEventWrapperCallBack, ISerialDataCallBack, IPlugableHALCallBack, CallLog {
+    void OnKeyEvent(unsigned a, unsigned b) override { Add(S(a) + "." + S(b)); }
     void OnPreKeyEvent(unsigned a, unsigned b) override { OnKeyEvent(a, b); }
     void OnSerialDataReceived(const uint8_t* data, size_t size) override {
         Add(Join(std::vector<int>(data, data + size)));
     }
     void OnPlugableDeviceChanged(bool connected, const std::string& port, int type) override {
-        Add(std::to_string(connected) + " " + port + " " + std::to_string(type));
+        Add(S(connected) + " " + port + " " + S(type));
     }
 };
 // Counts frames and checks that each is the frame the service filled (its pattern); with
@@ -210,9 +202,8 @@ struct Frames : IImageCallback {
 // misreads the reference counting of the freshly made parts.
 template <typename T>
 __attribute__((noinline)) sp<T> Keep(std::vector<sp<T>>& list) {
-    sp<T> part = new T;
-    list.push_back(part);
-    return part;
+    list.push_back(new T);
+    return list.back();
 }
 
 // The simulated device and the module under test. The hardware manager's every instance
@@ -234,7 +225,7 @@ struct World {
     sp<Stoppable<FakeAidlLights>> aidl;
     sp<Stoppable<FakeAudioService>> audio;
     std::optional<orvex::hostlog::ScopedCapture> log;
-    Callbacks keys, data, changes;
+    Heard keys, data, changes;
     Frames frames;
     std::vector<uint8_t> reply;
     // The modules, dropped before the device.
@@ -272,11 +263,13 @@ struct World {
         feedback.reset(), trigger.reset(), serial.reset(), plug.reset(), swap.reset();
         camera.reset(), imager.reset(), alone.reset();
     }
+    std::vector<std::string> Lines() {  // the modules' lines, as rows write them
+        std::vector<std::string> lines;
+        for (const Entry& e : log->WithTag("ScannerFramework")) lines.push_back(Letter(e));
+        return lines;
+    }
     bool Logged(const std::string& line) {
-        for (const Entry& e : log->WithTag("ScannerFramework")) {
-            if (Letter(e) == line) return true;
-        }
-        return false;
+        return ("|" + Join(Lines()) + "|").find("|" + line + "|") != std::string::npos;
     }
 
     std::string Do(const std::string& op);
@@ -295,19 +288,19 @@ void AfterDeath() {
 
 // The device facts (a read that waits for a dead service ends in the row's alarm).
 std::string Facts() {
-    DeviceInfo* info = odk::DeviceInfoBuilder::GetDeviceInfoInstance();
+    DeviceInfo* d = odk::DeviceInfoBuilder::GetDeviceInfoInstance();
     SupportedScannerInfo* scanners = odk::DeviceInfoBuilder::GetSupportedScannerInfoInstance();
-    std::ostringstream out;
-    out << info->GetPlatformName() << "|" << info->GetProductName() << "|"
-        << info->GetProductModel() << "|" << info->GetProductSKU() << "|"
-        << info->GetManufacturerName() << "|" << info->GetAndroidVersion() << "|" << info->GetABI()
-        << "|" << info->GetDeviceDecryptionStatus() << "|" << info->GetScannerBeepVolume() << "|"
-        << info->GetScannerAudioAPI() << "|" << info->GetScanner() << "|"
-        << info->GetImagerInterfaceType();
+    // clang-format off
+    std::vector<std::string> facts = {
+        d->GetPlatformName(), d->GetProductName(), d->GetProductModel(), d->GetProductSKU(),
+        d->GetManufacturerName(), d->GetAndroidVersion(), d->GetABI(),
+        d->GetDeviceDecryptionStatus(), S(d->GetScannerBeepVolume()), S(d->GetScannerAudioAPI()),
+        S(d->GetScanner()), S(d->GetImagerInterfaceType())};
+    // clang-format on
     for (int i = 0; i < scanners->GetNumberOfSupportedScanners(); ++i) {
-        out << "|" << scanners->GetScannerNameAt(i);
+        facts.push_back(scanners->GetScannerNameAt(i));
     }
-    return out.str();
+    return Join(facts);
 }
 
 // Steps every row may use: the services' lives ("hw+" starts the hardware manager, or brings
@@ -316,12 +309,7 @@ std::string Facts() {
 // capture, "logged" gives its lines), the fakes' calls ("@serial" the current instance's,
 // "@serial0" the first's); then the module's own steps.
 std::string World::Do(const std::string& op) {
-    const std::string arg = op.substr(op.find(':') + 1);
-    if (op == "logged") {
-        std::vector<std::string> lines;
-        for (const Entry& e : log->WithTag("ScannerFramework")) lines.push_back(Letter(e));
-        return log.reset(), Join(lines);
-    }
+    std::string arg = op.substr(op.find(':') + 1);
     if (op.rfind("count:", 0) == 0) {  // lines of this text, at any priority
         size_t n = 0;
         for (const Entry& e : log->Entries()) n += e.message == arg;
@@ -371,7 +359,7 @@ std::string World::Do(const std::string& op) {
                          android::String16(FakeAudioService::kServiceName),
                          orvex::binder::AsRemote(audio = new Stoppable<FakeAudioService>))),
         OP("audio!", (audio->dead = true, "")), OP("audio#", audio->Transactions().size()),
-        OP("log", (log.emplace(), "")), OP("del", (Drop(), "")),
+        OP("log", (log.emplace(), "")), OP("logged", (arg = Join(Lines()), log.reset(), arg)), OP("del", (Drop(), "")),
         OP("novib", (vibrator = false, "")),
         // Not a timed assertion: the time only lets a late handling do harm before the end.
         OP("sleep", (std::this_thread::sleep_for(std::chrono::milliseconds(200)), "")),
@@ -464,16 +452,14 @@ std::string World::Do(const std::string& op) {
 void World::New() {
     if (module == "HWBeep" || module == "DeviceInfo") feedback = std::make_unique<HWBeep<kV>>();
     if (module == "LEDNotification") feedback = std::make_unique<LEDNotification<kV>>();
-    if (module == "IExternalHapticFeedack")
-        feedback = std::make_unique<IExternalHapticFeedack<kV>>();
+    if (module == "IExternalHapticFeedack") feedback.reset(new IExternalHapticFeedack<kV>);
     if (module == "HWTrigger") trigger = std::make_unique<HWTrigger<kV>>();
     if (module == "SerialPort") serial = std::make_unique<SerialPort<kV>>();
     if (module == "PlugableDeviceNotifier") plug = std::make_unique<PlugableDeviceNotifier<kV>>();
     if (module == "BatterySwapModule") swap = std::make_unique<BatterySwapModule<kV>>();
     if (module == "CameraModule") camera = std::make_unique<CameraModule<kV>>();
-    if (module.find("Imager") != std::string::npos || module == "FrameCallback") {
+    if (module.find("Imager") != module.npos || module == "FrameCallback")
         imager = std::make_unique<ImagerHIDLProxy<kV>>();
-    }
 }
 
 // Runs the row's steps in this process; a step with an expected result that differs fails
@@ -500,8 +486,7 @@ void World::New() {
         }
         if (name.rfind("_ProcessEnds") != std::string::npos) {
             std::this_thread::sleep_for(kWait);  // the end may come from another thread
-            fputs("the process went on\n", stderr);
-            _exit(1);
+            fputs("the process went on\n", stderr), _exit(1);
         }
     }
     checks.Exit();
