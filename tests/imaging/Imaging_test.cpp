@@ -42,9 +42,8 @@ std::string Log(ScopedCapture& capture) {
     for (const auto& e : capture.WithTag("ScannerFramework")) {
         std::string text = e.message;
         for (std::string p : {"M[ImagerHIDLProxy::", "C[ImagerControlHIDLProxy::",
-                              "A[V4L2ImagerAdapterHIDLProxy::", "F[FrameCallback::"}) {
+                              "A[V4L2ImagerAdapterHIDLProxy::", "F[FrameCallback::"})
             if (text.rfind(p.substr(1), 0) == 0) text = p[0] + (":" + text.substr(p.size() - 1));
-        }
         log += "??VDIWEF"[e.priority & 7] + (" " + text) + "\n";
     }
     capture.Clear();
@@ -55,8 +54,7 @@ std::string Log(ScopedCapture& capture) {
 template <class Fake>
 std::string Take(Fake& fake) {
     std::string joined;
-    for (const std::string& call : fake.calls().Calls())
-        joined += (joined.empty() ? "" : " ") + call;
+    for (const auto& call : fake.calls().Calls()) joined += (joined.empty() ? "" : " ") + call;
     fake.calls().Clear();
     return joined;
 }
@@ -155,7 +153,6 @@ TEST(ImagerHIDLProxy, EachKindAssociatesOrSaysWhyNotAndPassesAnswersOrFailsEvery
     }
     // clang-format on
     for (const auto& [kind, manager, parts, answers, want] : cases) {
-        SCOPED_TRACE(want);
         std::unique_ptr<SimImager> device(manager ? new SimImager(parts) : nullptr);
         if (device && device->imager) device->imager->SetAnswers(answers);
         bool fails =
@@ -313,7 +310,7 @@ TEST(V4L2ImagerAdapterHIDLProxy, PassesTheServicesAnswersOnAndLogsItsErrors) {
         << +s->adapter->Disable();
     EXPECT_EQ(
         "0,0 3,3 1,255 254,254 00000000 09|120|Unsupported Parameter|Unsupported "
-        "Parameter|odd value|Error - Unable to Get Parameter 006"
+        "Parameter|odd value|Error - Unable to Get Parameter 006|"
         "E A:StartStreaming] Error in Adapter HIDL API StartStreaming  2\n"
         "E A:StartStreaming] Error in Adapter HIDL API PrepAcquisition is 3\n"
         "E A:StartStreaming] Error in Adapter HIDL API PostAcquisition is -4\n"
@@ -321,7 +318,7 @@ TEST(V4L2ImagerAdapterHIDLProxy, PassesTheServicesAnswersOnAndLogsItsErrors) {
             flag + "1\n" + settle +
             "E A:StopStreaming] Error in ImagerAdapterHIDL StopStreaming ret= 6\n\n"
             "E A:Disable] Error in Adapter HIDL API StopStreaming is 6\n",
-        out.str() + Log(capture));
+        out.str() + "|" + Log(capture));
 }
 
 // Records each frame while it is mapped: its first byte (the frame's number) and the length of
@@ -340,10 +337,6 @@ struct Recorder : IImageCallback {
         last = frame;
         return answer;
     }
-    std::string Seen() {
-        std::lock_guard<std::mutex> hold(lock);
-        return seen;
-    }
     const bool answer;
     std::mutex lock;
     std::string seen;
@@ -356,46 +349,42 @@ size_t Pages(size_t bytes) {
 }
 
 TEST(V4L2ImagerAdapterHIDLProxy, FramesOfTheCurrentSizeArriveWholeInOrder) {
-    // The size Init gives, or the one set before the stream starts when its width is not 0; the
-    // frame's bytes; the service's calls between Init's and the stream's.
-    const std::string registered = "{2280, 1080, 8, 0, 0}) RegisterFrameCallback(callback)";
-    // clang-format off
-    for (const auto& [resized, bytes, sent] : std::vector<std::tuple<Size, size_t, std::string>>{
-             {{}, 2471040, registered},
-             {{1280, 800, 8, true, true}, 1024000,
-              registered + " SetPreviewSize({1280, 800, 8, 1, 1})"}}) {
-        // clang-format on
-        SCOPED_TRACE(sent);
+    // The size Init gives, or the one set before the stream starts.
+    for (bool resize : {false, true}) {
+        SCOPED_TRACE(resize);
         Recorder recorder(true);  // outlives the stream, however the test ends
         Streaming s;
         s.fake.SetFrameRate(0);
         ASSERT_EQ(0, s.adapter->InitAdapter("V4L2Adapter", {2280, 1080, 8, false, false}));
         ASSERT_EQ(0, s.adapter->Enable(&recorder));
-        if (resized.width != 0) s.adapter->SetPreviewSize(resized);
+        if (resize) s.adapter->SetPreviewSize({1280, 800, 8, true, true});
         ASSERT_EQ(0, s.adapter->StartStreaming());
         ASSERT_TRUE(s.fake.WaitForFrames(3));
         ASSERT_EQ(0, s.adapter->Disable());
+        std::lock_guard<std::mutex> hold(recorder.lock);
         EXPECT_FALSE(s.adapter->IsStreaming());
         std::string frames;  // every frame delivered, whole
         for (uint64_t i = 0; i < s.fake.FramesDelivered(); ++i)
-            frames += std::to_string(i % 256) + ":" + std::to_string(Pages(bytes)) + " ";
-        EXPECT_EQ(frames + "Init(V4L2Adapter, " + sent +
-                      " IsStreaming() StartStreaming() PrepAcquisition() PostAcquisition() "
+            frames += std::to_string(i % 256) + ":" +
+                      std::to_string(Pages(resize ? 1024000 : 2471040)) + " ";
+        EXPECT_EQ(frames +
+                      "Init(V4L2Adapter, {2280, 1080, 8, 0, 0}) RegisterFrameCallback(callback) " +
+                      (resize ? "SetPreviewSize({1280, 800, 8, 1, 1}) " : "") +
+                      "IsStreaming() StartStreaming() PrepAcquisition() PostAcquisition() "
                       "StopStreaming() IsStreaming()",
-                  recorder.Seen() + Take(s.fake));
+                  recorder.seen + Take(s.fake));
     }
 }
 
 TEST(FrameCallback, FrameSizeIsRowsTimesHeightTimesBitsOverEight) {
     // Rows of 2280 pixels are padded to 2288; integer division drops a partial byte.
     // clang-format off
-    const std::vector<std::vector<uint32_t>> cases = {
-        {2280, 1080, 8, 2471040}, {1280, 800, 8, 1024000}, {2280, 1080, 10, 3088800},
-        {2288, 1080, 8, 2471040}, {2279, 2, 8, 4558}, {640, 480, 12, 460800}, {3, 1, 1, 0},
-        {0, 1080, 8, 0}};
-    // clang-format on
-    for (const auto& c : cases)
+    for (const auto& c : std::vector<std::vector<uint32_t>>{
+             {2280, 1080, 8, 2471040}, {1280, 800, 8, 1024000}, {2280, 1080, 10, 3088800},
+             {2288, 1080, 8, 2471040}, {2279, 2, 8, 4558}, {640, 480, 12, 460800}, {3, 1, 1, 0},
+             {0, 1080, 8, 0}})
         EXPECT_EQ(c[3], FrameCallback::FrameSize(c[0], c[1], c[2])) << c[0] << "x" << c[1];
+    // clang-format on
 }
 
 TEST(FrameCallback, MapsTheGeometrysSizeForTheCallerAndUnmapsWhenItReturns) {
@@ -413,7 +402,6 @@ TEST(FrameCallback, MapsTheGeometrysSizeForTheCallerAndUnmapsWhenItReturns) {
              {0, 1, O_RDWR, unmappable},
              {1280, 1, O_RDONLY, unmappable}}) {  // cannot be mapped for writing
         // clang-format on
-        SCOPED_TRACE(log);
         size_t bytes = width == 2280 ? 2471040 : 1024000;
         int fd = memfd_create("test-frame", MFD_CLOEXEC);
         EXPECT_EQ(0, ftruncate(fd, static_cast<off_t>(bytes)));
@@ -432,10 +420,11 @@ TEST(FrameCallback, MapsTheGeometrysSizeForTheCallerAndUnmapsWhenItReturns) {
             callback->UpdatePreviewSize(new Size{width, width == 2280 ? 1080u : 800u, 8, 0, 0});
         ScopedCapture capture;
         EXPECT_TRUE(callback->onFrameAvailable(handle).isOk());
+        std::lock_guard<std::mutex> hold(recorder.lock);
         bool reached = answer >= 0 && log != unmappable;  // then mapped whole, and unmapped after
         EXPECT_EQ((reached ? "90:" + std::to_string(Pages(bytes)) + " " : std::string()) +
                       "D F:onFrameAvailable] FD =" + (mode >= 0 ? "200" : "-1") + "\n\n" + log,
-                  recorder.Seen() + Log(capture));
+                  recorder.seen + Log(capture));
         if (reached) {
             EXPECT_TRUE(msync(recorder.last, 1, MS_ASYNC) == -1 && errno == ENOMEM);
         }

@@ -19,20 +19,15 @@ int main(int argc, char** argv) {
         fprintf(stderr, "usage: imaging_caller HALT FLAG (%s)\n", lib ? "" : dlerror());
         return 2;
     }
-    auto create = reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag, const char*)>(
-        dlsym(lib, "GetPlatformModule"));
-    auto destroy = reinterpret_cast<void (*)(IPlatformModule*)>(dlsym(lib, "DeletePlatformModule"));
-    auto* module =
-        create && destroy
-            ? static_cast<IImagerModule*>(create(PLATFORM_MODULE_IMAGER, "ImagerHIDLProxy"))
-            : nullptr;
-    if (module == nullptr) return 3;
+    using Create = IPlatformModule* (*)(PlatformModuleTag, const char*);
+    auto* module = static_cast<IImagerModule*>(reinterpret_cast<Create>(
+        dlsym(lib, "GetPlatformModule"))(PLATFORM_MODULE_IMAGER, "ImagerHIDLProxy"));
     // The adapter's class is the library's own; callers know it by its operations only.
     auto* adapter = reinterpret_cast<IImagerAdapterProxy*>(module->getImagerAdapterHIDLProxy());
     device.adapter->calls().Clear();
     adapter->StopStreaming(atoi(argv[1]) != 0, atoi(argv[2]));
     for (const std::string& call : device.adapter->calls().Calls()) printf("%s\n", call.c_str());
     module->deInit();
-    destroy(module);
+    reinterpret_cast<void (*)(IPlatformModule*)>(dlsym(lib, "DeletePlatformModule"))(module);
     return 0;
 }
