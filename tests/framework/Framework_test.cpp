@@ -21,19 +21,14 @@ using orvex::test::DeviceRoot;
 
 int g_liveModules = 0;
 
-struct Counted {
-    Counted() { ++g_liveModules; }
-    ~Counted() { --g_liveModules; }
-};
-
 template <bool kSupported>
-class TestModule : public ISupportedPlatformModule, Counted {
+class TestModule : public ISupportedPlatformModule {
   public:
+    TestModule() { ++g_liveModules; }
+    ~TestModule() override { --g_liveModules; }
     bool IsSupported() override { return kSupported; }
     char const* GetModuleName() override { return kSupported ? "Supported" : "Unsupported"; }
 };
-
-class PlainModule : public IPlatformModule, Counted {};
 
 // Registered while the program loads, as the real modules are; a name may repeat under
 // another tag.
@@ -42,7 +37,7 @@ ComponentIndex* const g_registry = [] {
     i->AddPlatformModule(&Constructor<TestModule<true>>, PLATFORM_MODULE_BEEP, "HWBeep");
     i->AddPlatformModule(&Constructor<TestModule<false>>, PLATFORM_MODULE_LED, "LEDNotification");
     i->AddPlatformModule(&Constructor<TestModule<true>>, PLATFORM_MODULE_LED, "Extra");
-    i->AddPlatformModule(&Constructor<PlainModule>, PLATFORM_MODULE_IMAGER, "ImagerHIDLProxy");
+    i->AddPlatformModule(&Constructor<TestModule<true>>, PLATFORM_MODULE_IMAGER, "ImagerHIDLProxy");
     i->AddPlatformModule(&Constructor<TestModule<true>>, PLATFORM_MODULE_BATTERY_SWAP,
                          "BatterySwapModule");
     i->AddPlatformModule(&Constructor<TestModule<true>>, PLATFORM_MODULE_CAMERA, "HWBeep");
@@ -139,10 +134,9 @@ TEST_F(SettingsStore, ReadsEveryChildOfTheRootAndKeepsSetInfoInMemory) {
         orvex::hostlog::ScopedCapture log;
         store.LoadInfo();
         std::string seen;  // the key lines are debug lines with the format in the tag position
-        for (const Entry& e : log.Entries()) {
+        for (const Entry& e : log.Entries())
             seen +=
                 (e.priority == ANDROID_LOG_DEBUG && e.tag == kKeyTag ? "" : "?") + e.message + " ";
-        }
         for (const char* key : {"LogLevel", "Foo", "Empty", "Inner", "Bar"})
             seen += "|" + store.GetInfo(key);
         EXPECT_EQ(seen, c.second);

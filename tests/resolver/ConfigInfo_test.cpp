@@ -73,8 +73,10 @@ TEST(ConfigInfo, ResolvesEveryGroupWithItsCarryOversAndFirstDefinitionWinning) {
     const std::string prefix = DataFilesDir("caller");
     // clang-format off
     const Lines resolved = {
-        {"absolute", "/vendor/etc/ScannerList.xml"}, {"inherits-true", "/odm/a.xml"},
-        {"relative", prefix + "/etc/b.xml"}, {"upper-case", prefix + "/etc/c.xml"},
+        // Once the table is filled the file may go: a second read would end the process.
+        {"absolute", "/vendor/etc/ScannerList.xml"}, {prefix + kDeps, ""},
+        {"inherits-true", "/odm/a.xml"}, {"relative", prefix + "/etc/b.xml"},
+        {"upper-case", prefix + "/etc/c.xml"},
         // "absolutepath" counts only when it comes before the path.
         {"late-flag", prefix + "/etc/d.xml"},
         // A nameless entry repeats the previous key and is dropped; an entry without its own
@@ -112,49 +114,33 @@ TEST(ConfigInfo, ResolvesEveryGroupWithItsCarryOversAndFirstDefinitionWinning) {
         "</value></property><property><value>early</value><name>named-late</name></property>"
         "<property><name>blank-default</name><value/></property>"
         "<file><name>misplaced-file</name><path>/m</path></file>");
+    // The per-user file wins over the system one, and a sub-process shares its package's.
+    Expect("all groups",
+           {{kProps, "ro.product.cpu.abi=arm64-v8a\nro.vendor.model=SE4750\nro.empty=\n"
+                     "unlisted.prop=from-property\n"},
+            {prefix + kDeps, document},
+            {kDeps, Document("<file><name>absolute</name><path>/system</path></file>")}},
+           resolved, {}, "caller:remote");
     // clang-format on
-    const std::string properties =
-        "ro.product.cpu.abi=arm64-v8a\nro.vendor.model=SE4750\nro.empty=\nunlisted.prop=from-"
-        "property\n";
-    Expect("all groups", {{kProps, properties}, {prefix + kDeps, document}}, resolved);
 }
 
-TEST(ConfigInfo, PerUserFileAbiAndReadingOnce) {
-    // The per-user file takes precedence when its directory exists; a sub-process shares its
-    // package's directory.
-    const auto doc = [](const std::string& from) {
-        return Document(
-            "<file><name>where</name><absolutepath>false</absolutepath><path>/x.xml</path></file>",
-            "", "<property><name>from</name><value>" + from + "</value></property>");
-    };
-    const std::string user = DataFilesDir("caller");
-    const Files own = {{kDeps, doc("system")}, {user + kDeps, doc("dcfiles")}};
-    const Lines dcfiles = {{"where", user + "/x.xml"}, {"from", "dcfiles"}};
-    const Lines system = {{"where", "/x.xml"}, {"from", "system"}};
-    Expect("own", own, dcfiles);
-    Expect("sub-process", own, dcfiles, {}, "caller:remote");
-    Expect("none", {{kDeps, doc("system")}}, system);
-
+TEST(ConfigInfo, BinariesFollowTheAbi) {
     const std::string binaries = Document(
         "",
         "<binary><name>abs</name><absolutepath>true</absolutepath><libname>libfoo.so</libname>"
         "</binary><binary><name>rel</name><absolutepath>false</absolutepath><libname>libfoo.so"
         "</libname></binary>");
-    const std::pair<std::string, std::string> abis[] = {{"arm64-v8a", "lib64"}, {"x86_64", "lib64"},
-                                                        {"armeabi-v7a", "lib"}, {"x86", "lib"},
-                                                        {"riscv64", ""},        {"", ""}};
+    // clang-format off
+    const std::pair<std::string, std::string> abis[] = {
+        {"arm64-v8a", "lib64"}, {"x86_64", "lib64"}, {"armeabi-v7a", "lib"}, {"x86", "lib"},
+        {"riscv64", ""}};
+    // clang-format on
     for (const auto& abi : abis) {
-        const std::string prop = abi.first.empty() ? "" : "ro.product.cpu.abi=" + abi.first + "\n";
-        Expect("abi " + abi.first, {{kProps, prop}, {kDeps, binaries}},
+        Expect("abi " + abi.first,
+               {{kProps, "ro.product.cpu.abi=" + abi.first + "\n"}, {kDeps, binaries}},
                {{"abs", "/system/" + abi.second + "/libfoo.so"},
                 {"rel", "/system/libs/" + abi.first + "/libfoo.so"}});
     }
-    // Once the table is filled the file may go: a second read would end the process.
-    Expect("read once",
-           {{kProps, "late.prop=first\n"},
-            {kDeps, Document("<file><name>a</name><path>/a</path></file><file><name>b</name>"
-                             "<path>/b</path></file>")}},
-           {{"a", "/a"}, {kDeps, ""}, {"b", "/b"}, {"late.prop", "first"}});
 }
 
 TEST(ConfigInfo, BrokenFileOrTooLongTextEndsTheProcess) {
