@@ -43,8 +43,6 @@ namespace service_death {
 namespace {
 
 using android::sp;
-using android::hardware::hidl_string;
-using android::hardware::hidl_vec;
 using android::hardware::Return;
 using android::hardware::light::V2_0::ILight;
 using orvex::hostlog::Entry;
@@ -56,7 +54,6 @@ constexpr auto kV = ANDROID_VERSION_10;
 
 // The longest a row waits for something another thread does before it fails.
 constexpr auto kWait = std::chrono::seconds(30);
-constexpr unsigned kAlarmSeconds = 60;  // the longest a row runs
 const std::vector<uint8_t> kCommand = {0x1b, 0x02};
 const __preview_size__ kSize = {64, 8, 8, false, false};
 const std::string kUnknown = "\1";
@@ -96,8 +93,8 @@ struct Mortal : B {
         return answer;                             \
     }
 using U = uint32_t;
-using Str = const hidl_string&;
-using Vec = const hidl_vec<uint8_t>&;
+using Str = const android::hardware::hidl_string&;
+using Vec = const android::hardware::hidl_vec<uint8_t>&;
 using Listener = const sp<dch::IPlugableNotifierCallback>&;
 // clang-format off
 struct MortalManager : Mortal<FakeDCHWManager> {
@@ -191,9 +188,8 @@ struct Frames : IImageCallback {
     bool OnReceiveFrame(void* frame) override {
         if (count++ == 0 && kill) KillManager();
         const auto* bytes = static_cast<const uint8_t*>(frame);
-        for (size_t i = 0; i < 64 * 8; ++i) {
+        for (size_t i = 0; i < 64 * 8; ++i)
             if (bytes[i] != FakeImagerAdapter::PatternByte(bytes[0], i)) whole = false;
-        }
         return true;
     }
 };
@@ -212,16 +208,13 @@ struct World {
     std::string module;
     HardwareManagerSim sim{false};
     bool vibrator = true;
-    std::vector<sp<MortalTrigger>> triggers;
-    std::vector<sp<MortalSerial>> serials;
-    std::vector<sp<MortalNotifier>> notifiers;
-    std::vector<sp<MortalHandler>> handlers;
-    std::vector<sp<MortalTags>> tags;
-    std::vector<sp<MortalImager>> imagers;
-    std::vector<sp<MortalControl>> controls;
-    std::vector<sp<MortalAdapter>> adapters;
-    std::vector<sp<MortalBeep>> beeps;
-    std::vector<sp<FakeHidlLight>> lights;
+    // clang-format off
+    std::vector<sp<MortalTrigger>> triggers; std::vector<sp<MortalSerial>> serials;
+    std::vector<sp<MortalNotifier>> notifiers; std::vector<sp<MortalHandler>> handlers;
+    std::vector<sp<MortalTags>> tags; std::vector<sp<MortalImager>> imagers;
+    std::vector<sp<MortalControl>> controls; std::vector<sp<MortalAdapter>> adapters;
+    std::vector<sp<MortalBeep>> beeps; std::vector<sp<FakeHidlLight>> lights;
+    // clang-format on
     sp<Stoppable<FakeAidlLights>> aidl;
     sp<Stoppable<FakeAudioService>> audio;
     std::optional<orvex::hostlog::ScopedCapture> log;
@@ -467,7 +460,7 @@ void World::New() {
 // once it goes on).
 [[noreturn]] void RunRow(const std::string& row) {
     feedback_test::ChildChecks checks;
-    alarm(kAlarmSeconds);
+    alarm(60);  // the longest a row runs
     const std::string name = row.substr(0, row.find(": ")), module = name.substr(0, name.find('_'));
     std::string steps = row.substr(name.size() + 2);
     for (size_t at; (at = steps.find_first_of("$%")) != std::string::npos;) {
@@ -824,11 +817,9 @@ TEST_P(ServiceDeath, GivesTheModulesResult) {
              : "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, ServiceDeath, ::testing::ValuesIn(kRows),
-                         [](const ::testing::TestParamInfo<const char*>& info) {
-                             const std::string row = info.param;
-                             return row.substr(0, row.find(": "));
-                         });
+INSTANTIATE_TEST_SUITE_P(Table, ServiceDeath, ::testing::ValuesIn(kRows), [](const auto& row) {
+    return std::string(row.param, strchr(row.param, ':'));
+});
 
 }  // namespace
 }  // namespace service_death
