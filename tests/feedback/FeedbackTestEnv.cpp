@@ -13,12 +13,8 @@
 namespace feedback_test {
 namespace {
 
+namespace fs = std::filesystem;
 constexpr const char* kOwnerVariable = "ORVEX_FEEDBACK_ROOT_OWNER";
-
-[[noreturn]] void Fail(const std::string& what) {
-    fprintf(stderr, "%s\n", what.c_str());
-    abort();
-}
 
 bool OwnsRoot() {
     const char* owner = getenv(kOwnerVariable);
@@ -28,7 +24,7 @@ bool OwnsRoot() {
 // Children forked by death tests inherit the exit handler; only the owner removes the root.
 void RemoveOwnRoot() {
     std::error_code ignored;
-    if (OwnsRoot()) std::filesystem::remove_all(DeviceRootPath(), ignored);
+    if (OwnsRoot()) fs::remove_all(DeviceRootPath(), ignored);
 }
 
 // Each suite process gets a device root of its own, a copy of the simulator's default device,
@@ -42,18 +38,17 @@ class LogLevelEnvironment : public ::testing::Environment {
             if (OwnsRoot()) atexit(RemoveOwnRoot);
             return;
         }
-        if (getenv(kOwnerVariable) != nullptr) {  // once only: a root that failed must not loop
-            Fail("log level " + std::to_string(level) + " under " + DeviceRootPath() +
-                 ", expected " + std::to_string(kSuiteLogLevel));
+        // Once only: a root that failed must not loop.
+        if (getenv(kOwnerVariable) != nullptr) {
+            GTEST_LOG_(FATAL) << "log level " << level << " under " << DeviceRootPath()
+                              << ", expected " << kSuiteLogLevel;
         }
         char dir[] = "/tmp/orvex-feedback-XXXXXX";
-        if (mkdtemp(dir) == nullptr) Fail(std::string("mkdtemp: ") + strerror(errno));
+        if (mkdtemp(dir) == nullptr) GTEST_LOG_(FATAL) << "mkdtemp: " << strerror(errno);
         std::error_code error;
-        std::filesystem::copy(
-            FEEDBACK_PROFILE, dir,
-            std::filesystem::copy_options::recursive | std::filesystem::copy_options::copy_symlinks,
-            error);
-        if (error) Fail("copying " FEEDBACK_PROFILE ": " + error.message());
+        fs::copy(FEEDBACK_PROFILE, dir,
+                 fs::copy_options::recursive | fs::copy_options::copy_symlinks, error);
+        if (error) GTEST_LOG_(FATAL) << "copying " FEEDBACK_PROFILE ": " << error.message();
         setenv("ORVEX_DEVICE_ROOT", dir, 1);
         WriteDeviceFile("/enterprise/device/settings/scanner/LogLevel.xml",
                         "<?xml version=\"1.0\"?>\n<Settings>\n  <LogLevel>" +
@@ -67,7 +62,7 @@ class LogLevelEnvironment : public ::testing::Environment {
         argv.push_back(nullptr);
         fflush(nullptr);
         execv("/proc/self/exe", argv.data());
-        Fail(std::string("execv: ") + strerror(errno));
+        GTEST_LOG_(FATAL) << "execv: " << strerror(errno);
     }
 };
 
@@ -82,8 +77,8 @@ std::string DeviceRootPath() {
 }
 
 void WriteDeviceFile(const std::string& devicePath, const std::string& content) {
-    const std::filesystem::path path = DeviceRootPath() + devicePath;
-    std::filesystem::create_directories(path.parent_path());
+    const fs::path path = DeviceRootPath() + devicePath;
+    fs::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
 }
 
