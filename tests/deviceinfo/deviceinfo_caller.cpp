@@ -18,9 +18,6 @@
 //                             when all of them got the same objects
 //     imager OP               call ImagerInfoUtils' GetImagerID or GetImagerInterfaceType
 //     imagerclient-loaded     print "loaded" or "unloaded" for libimagerclient.so
-//     hwinfo                  GetAbstractedPlatformModule(12): print its name and both SKU
-//                             answers, or "null"; then DeletePlatformModule
-//     hwinfo-named NAME       GetPlatformModule(12, NAME): print "module" or "null"; delete it
 //     camera-calls            print the camera NDK calls made so far, one per line, then the
 //                             number of camera id lists not freed
 
@@ -44,49 +41,41 @@
 class DeviceInfo;
 class SupportedScannerInfo;
 class ImagerInfoUtils;
-class IPlatformModule;
-enum PlatformModuleTag : int {};
+
+// Each class's operations slot by slot, as X(RESULT, NAME[, ARGUMENT]): the views below and the
+// caller's commands are both made from these lists.
+// clang-format off
+#define DEVICE_INFO(X) \
+    X(bool, IsRearCameraAvaialable) X(bool, IsFrontCameraAvaialable) \
+    X(std::string, GetPlatformName) X(std::string, GetProductName) \
+    X(std::string, GetProductModel) X(std::string, GetProductSKU) \
+    X(std::string, GetManufacturerName) X(std::string, GetAndroidVersion) X(std::string, GetABI) \
+    X(int, GetScannerBeepVolume) X(int, GetScannerAudioAPI) X(int, CheckExternalHeadset) \
+    X(std::string, GetConfigPath, std::string) X(int, GetScanner) \
+    X(std::string, GetDeviceDecryptionStatus) X(int, GetImagerInterfaceType) \
+    X(int, GetPlatformVersion) X(bool, isDeviceFederalSKU1) X(bool, isDeviceFederalSKU2)
+// SupportedScannerInfo's destructor comes before IsScannerListAvailable.
+#define SCANNER_INFO(X) \
+    X(bool, IsScannerAvailable, std::string) X(std::string, GetScannerNameAt, int) \
+    X(int, GetNumberOfSupportedScanners) X(std::string, GetInBuiltScannerModel) \
+    X(std::string, GetScannerModelNameAt, int) X(int, IsMirroredAndFlipped)
+#define SLOT(result, name, ...) virtual result name(__VA_ARGS__) = 0;
 
 // The views have external linkage on purpose: in an anonymous namespace the compiler sees that
 // nothing derives from them and turns every call into a pure-virtual call.
-
-// DeviceInfo, slot by slot.
 class DeviceInfoView {
   public:
-    virtual bool IsRearCameraAvaialable() = 0;
-    virtual bool IsFrontCameraAvaialable() = 0;
-    virtual std::string GetPlatformName() = 0;
-    virtual std::string GetProductName() = 0;
-    virtual std::string GetProductModel() = 0;
-    virtual std::string GetProductSKU() = 0;
-    virtual std::string GetManufacturerName() = 0;
-    virtual std::string GetAndroidVersion() = 0;
-    virtual std::string GetABI() = 0;
-    virtual int GetScannerBeepVolume() = 0;
-    virtual int GetScannerAudioAPI() = 0;
-    virtual int CheckExternalHeadset() = 0;
-    virtual std::string GetConfigPath(std::string name) = 0;
-    virtual int GetScanner() = 0;
-    virtual std::string GetDeviceDecryptionStatus() = 0;
-    virtual int GetImagerInterfaceType() = 0;
-    virtual int GetPlatformVersion() = 0;
-    virtual bool isDeviceFederalSKU1() = 0;
-    virtual bool isDeviceFederalSKU2() = 0;
+    DEVICE_INFO(SLOT)
     virtual ~DeviceInfoView() {}
 };
 
-// SupportedScannerInfo, slot by slot: the destructor comes before IsScannerListAvailable.
 class SupportedScannerInfoView {
   public:
-    virtual bool IsScannerAvailable(std::string name) = 0;
-    virtual std::string GetScannerNameAt(int index) = 0;
-    virtual int GetNumberOfSupportedScanners() = 0;
-    virtual std::string GetInBuiltScannerModel() = 0;
-    virtual std::string GetScannerModelNameAt(int index) = 0;
-    virtual int IsMirroredAndFlipped() = 0;
+    SCANNER_INFO(SLOT)
     virtual ~SupportedScannerInfoView() {}
     virtual bool IsScannerListAvailable() = 0;
 };
+// clang-format on
 
 class ImagerInfoUtilsView {
   public:
@@ -95,23 +84,7 @@ class ImagerInfoUtilsView {
     virtual ~ImagerInfoUtilsView() {}
 };
 
-// The hardware-info module (tag 12), slot by slot.
-class HWInfoModuleView {
-  public:
-    virtual ~HWInfoModuleView() {}
-    virtual bool IsSupported() = 0;
-    virtual const char* GetModuleName() = 0;
-    virtual bool isDeviceFederalSku1() = 0;
-    virtual bool isDeviceFederalSku2() = 0;
-};
-
 namespace {
-
-// The exported functions' own types: a call through any other function type is undefined, and
-// UBSan says so. Their results are then seen through the views.
-typedef DeviceInfo* (*GetDeviceInfoFunc)();
-typedef SupportedScannerInfo* (*GetScannerInfoFunc)();
-typedef ImagerInfoUtils* (*GetImagerInfoFunc)();
 
 void* gLibrary = nullptr;
 
@@ -125,26 +98,26 @@ Func Symbol(const char* name) {
     return reinterpret_cast<Func>(symbol);
 }
 
-template <typename View, typename Func>
+// Called through the exported function's own type (a call through any other is undefined, and
+// UBSan says so); its result is then seen through the view.
+template <typename View, typename Class>
 View* Get(const char* name) {
-    return reinterpret_cast<View*>(Symbol<Func>(name)());
+    return reinterpret_cast<View*>(Symbol<Class* (*)()>(name)());
 }
 
 DeviceInfoView* Info() {
-    return Get<DeviceInfoView, GetDeviceInfoFunc>(
-        "_ZN3odk17DeviceInfoBuilder21GetDeviceInfoInstanceEv");
+    return Get<DeviceInfoView, DeviceInfo>("_ZN3odk17DeviceInfoBuilder21GetDeviceInfoInstanceEv");
 }
 SupportedScannerInfoView* Scanners() {
-    return Get<SupportedScannerInfoView, GetScannerInfoFunc>(
+    return Get<SupportedScannerInfoView, SupportedScannerInfo>(
         "_ZN3odk17DeviceInfoBuilder31GetSupportedScannerInfoInstanceEv");
 }
 ImagerInfoUtilsView* Imager() {
-    return Get<ImagerInfoUtilsView, GetImagerInfoFunc>(
+    return Get<ImagerInfoUtilsView, ImagerInfoUtils>(
         "_ZN15ImagerInfoUtils21getImagerInfoInstanceEv");
 }
 
-const char* Bool(bool value) { return value ? "true" : "false"; }
-void Print(bool value) { printf("%s\n", Bool(value)); }
+void Print(bool value) { printf("%s\n", value ? "true" : "false"); }
 void Print(int value) { printf("%d\n", value); }
 void Print(const std::string& value) { printf("[%s]\n", value.c_str()); }
 
@@ -173,49 +146,32 @@ bool Race(int threads) {
     return true;
 }
 
-// GetAbstractedPlatformModule(12) (no name) or GetPlatformModule(12, name), then
-// DeletePlatformModule.
-void HWInfo(const char* name) {
-    const PlatformModuleTag tag = static_cast<PlatformModuleTag>(12);
-    IPlatformModule* module =
-        name == nullptr
-            ? Symbol<IPlatformModule* (*)(PlatformModuleTag)>("GetAbstractedPlatformModule")(tag)
-            : Symbol<IPlatformModule* (*)(PlatformModuleTag, const char*)>("GetPlatformModule")(
-                  tag, name);
-    HWInfoModuleView* hwInfo = reinterpret_cast<HWInfoModuleView*>(module);
-    if (module == nullptr) {
-        printf("null\n");
-    } else if (name == nullptr) {
-        const char* moduleName = hwInfo->GetModuleName();
-        printf("%s %s %s\n", moduleName, Bool(hwInfo->isDeviceFederalSku1()),
-               Bool(hwInfo->isDeviceFederalSku2()));
-    } else {
-        printf("module\n");
-    }
-    Symbol<void (*)(IPlatformModule*)>("DeletePlatformModule")(module);
-}
-
 // Each command gets the next two arguments and gives how many of them it used.
 using Arg = const std::string&;
-// One operation of a view, its answer printed; it uses an argument when it passes one on.
+// An argument as an operation takes it: a number or the text itself.
+struct Word {
+    Arg text;
+    operator int() const { return atoi(text.c_str()); }
+    operator std::string() const { return text; }
+};
+
+// One operation of a view, its answer printed; gives how many arguments it used.
+template <typename View, typename Result, typename... Args>
+int Invoke(View* view, Result (View::*op)(Args...), Arg a) {
+    return Print((view->*op)(static_cast<Args>(Word{a})...)), static_cast<int>(sizeof...(Args));
+}
+
 // clang-format off
-#define CALL(view, op, ...) {#op, [](Arg a [[maybe_unused]], Arg) { \
-    return Print(view()->op(__VA_ARGS__)), int(sizeof(#__VA_ARGS__) > 1); }}
+#define INFO(result, name, ...) \
+    {#name, [](Arg a, Arg) { return Invoke(Info(), &DeviceInfoView::name, a); }},
+#define SCANNERS(result, name, ...) \
+    {#name, [](Arg a, Arg) { return Invoke(Scanners(), &SupportedScannerInfoView::name, a); }},
 
 const std::map<std::string, std::function<int(Arg, Arg)>> kCommands = {
-    CALL(Info, IsRearCameraAvaialable), CALL(Info, IsFrontCameraAvaialable),
-    CALL(Info, GetPlatformName), CALL(Info, GetProductName), CALL(Info, GetProductModel),
-    CALL(Info, GetProductSKU), CALL(Info, GetManufacturerName), CALL(Info, GetAndroidVersion),
-    CALL(Info, GetABI), CALL(Info, GetScannerBeepVolume), CALL(Info, GetScannerAudioAPI),
-    CALL(Info, CheckExternalHeadset), CALL(Info, GetConfigPath, a), CALL(Info, GetScanner),
-    CALL(Info, GetDeviceDecryptionStatus), CALL(Info, GetImagerInterfaceType),
-    CALL(Info, GetPlatformVersion), CALL(Info, isDeviceFederalSKU1),
-    CALL(Info, isDeviceFederalSKU2), CALL(Scanners, IsScannerAvailable, a),
-    CALL(Scanners, GetScannerNameAt, atoi(a.c_str())), CALL(Scanners, GetNumberOfSupportedScanners),
-    CALL(Scanners, GetInBuiltScannerModel), CALL(Scanners, GetScannerModelNameAt, atoi(a.c_str())),
-    CALL(Scanners, IsMirroredAndFlipped), CALL(Scanners, IsScannerListAvailable),
+    DEVICE_INFO(INFO) SCANNER_INFO(SCANNERS) SCANNERS(bool, IsScannerListAvailable)
     {"imager", [](Arg op, Arg) {
-        op == "GetImagerID" ? Print(Imager()->GetImagerID()) : Print(Imager()->GetImagerInterfaceType());
+        op == "GetImagerID" ? Print(Imager()->GetImagerID())
+                            : Print(Imager()->GetImagerInterfaceType());
         return 1; }},
     {"setprop", [](Arg name, Arg value) { return orvex::properties::Set(name, value), 2; }},
     {"scanners", [](Arg, Arg) {
@@ -235,9 +191,8 @@ const std::map<std::string, std::function<int(Arg, Arg)>> kCommands = {
     {"same", [](Arg, Arg) {
         bool same = Info() == Info() && Scanners() == Scanners() && Imager() == Imager();
         return printf("%s\n", same ? "same" : "different"), 0; }},
-    {"race", [](Arg n, Arg) { return printf("%s\n", Race(atoi(n.c_str())) ? "same" : "different"), 1; }},
-    {"hwinfo", [](Arg, Arg) { return HWInfo(nullptr), 0; }},
-    {"hwinfo-named", [](Arg name, Arg) { return HWInfo(name.c_str()), 1; }},
+    {"race", [](Arg n, Arg) {
+        return printf("%s\n", Race(atoi(n.c_str())) ? "same" : "different"), 1; }},
     {"imagerclient-loaded", [](Arg, Arg) {
         void* handle = dlopen("libimagerclient.so", RTLD_LAZY | RTLD_NOLOAD);
         printf("%s\n", handle != nullptr ? "loaded" : "unloaded");
