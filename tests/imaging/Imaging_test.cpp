@@ -89,8 +89,7 @@ std::string MakeAndDelete(Kind kind, bool failed) {
 TEST(ImagerHIDLProxy, EachKindAssociatesOrSaysWhyNotAndPassesAnswersOrFailsEveryOperation) {
     // Each row expects the lines, then the answers, then "|" the manager's calls "|" the
     // imager's. From a failed association on, each kind logs and answers the same.
-    const std::string controlGone =
-        "I C:disAssociateImagerControlHIDL] disconnected Control HIDL\n";
+    const std::string ctlGone = "I C:disAssociateImagerControlHIDL] disconnected Control HIDL\n";
     const std::string moduleGone = "I M:disAssociateImagerHIDL] disconnected Imager HIDL\n";
     std::string failed[3] = {
         "E [ImagerHIDLProxy<T>::ImagerHIDLProxy] failed to associate Imager HIDL\n"
@@ -101,7 +100,7 @@ TEST(ImagerHIDLProxy, EachKindAssociatesOrSaysWhyNotAndPassesAnswersOrFailsEvery
         "E C:ImagerControlHIDLProxy] failed to associate ImagerControl HIDL\n"
         "E C:sendCommand] sp_ImagerControlHIDL is Null\nI C:configureSettleCount]\n"
         "E C:configureSettleCount] sp_ImagerControlHIDL is Null\n" +
-            controlGone + "10",
+            ctlGone + "10",
         "E A:V4L2ImagerAdapterHIDLProxy] failed to associate ImagerAdapter HIDL\n"};
     // Enable's line names SetPreviewSize.
     for (const char* op :
@@ -131,7 +130,7 @@ TEST(ImagerHIDLProxy, EachKindAssociatesOrSaysWhyNotAndPassesAnswersOrFailsEvery
          "|getImager()|openImager() getImagerControl()"},
         {kControl, true, {}, {}, ctlGot + "I C:associateImagerControlHIDL] Acquired "
          "IImagerControlHIDL interface.\nI C:disAssociateImagerControlHIDL] Calling close imager\n" +
-         controlGone + "|getImager()|openImager() getImagerControl() closeImager()"},
+         ctlGone + "|getImager()|openImager() getImagerControl() closeImager()"},
         // The adapter's failure to open the imager is logged under the control's name.
         {kAdapter, true, {}, {-1}, adpGot + noOpen + failed[kAdapter] + "|getImager()|openImager()"},
         {kAdapter, true, {true, true, false}, {}, adpGot + unable[kAdapter] +
@@ -156,7 +155,7 @@ TEST(ImagerHIDLProxy, EachKindAssociatesOrSaysWhyNotAndPassesAnswersOrFailsEvery
         std::unique_ptr<SimImager> device(manager ? new SimImager(parts) : nullptr);
         if (device && device->imager) device->imager->SetAnswers(answers);
         bool fails =
-            !device || !parts.imager || !parts.control || !parts.adapter || answers.openImager != 0;
+            !manager || !parts.imager || !parts.control || !parts.adapter || answers.openImager;
         ScopedCapture capture;
         std::string answered = MakeAndDelete(kind, fails);
         // A failed association drops the imager, so the destructor does not close it.
@@ -197,9 +196,8 @@ TEST(ImagerHIDLProxy, CompanionsAreMadeOnceAndDeletedByDeInitAndADeadServiceEnds
              [&] { module.openImager(); }, [&] { module.closeImager(); },
              [&] { module.getImagerInterfaceType(); }, [&] { control->configureSettleCount(2); },
              [&] { adapter->IsStreaming(); }, [&] { adapter->StartStreaming(); },
-             [&] { adapter->StopStreaming(false, 0); }, [&] { adapter->Disable(); }}) {
+             [&] { adapter->StopStreaming(false, 0); }, [&] { adapter->Disable(); }})
         EXPECT_DEATH(read(), kFatal);
-    }
 }
 
 TEST(ImagerControlHIDLProxy, PassesCommandsAndTheSettleCountOn) {
@@ -343,10 +341,7 @@ struct Recorder : IImageCallback {
     void* last = nullptr;
 };
 
-size_t Pages(size_t bytes) {
-    size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    return (bytes + page - 1) / page * page;
-}
+size_t Pages(size_t n) { return (n + getpagesize() - 1) / getpagesize() * getpagesize(); }
 
 TEST(V4L2ImagerAdapterHIDLProxy, FramesOfTheCurrentSizeArriveWholeInOrder) {
     // The size Init gives, or the one set before the stream starts.
@@ -425,9 +420,7 @@ TEST(FrameCallback, MapsTheGeometrysSizeForTheCallerAndUnmapsWhenItReturns) {
         EXPECT_EQ((reached ? "90:" + std::to_string(Pages(bytes)) + " " : std::string()) +
                       "D F:onFrameAvailable] FD =" + (mode >= 0 ? "200" : "-1") + "\n\n" + log,
                   recorder.seen + Log(capture));
-        if (reached) {
-            EXPECT_TRUE(msync(recorder.last, 1, MS_ASYNC) == -1 && errno == ENOMEM);
-        }
+        EXPECT_TRUE(!reached || (msync(recorder.last, 1, MS_ASYNC) == -1 && errno == ENOMEM));
     }
 }
 
