@@ -62,40 +62,6 @@ std::string List(Text defaults, Text platforms = "", Text release = "Android_13"
            "</ScannerList>\n";
 }
 
-// Reads `content` as the list of a lahaina device on Android_13 whose facts are the defaults
-// (rear camera, scanner ID 31, TR52, front camera not checked) as `facts` changes them
-// ("norear", "id0", "front", "TR41"). The list comes back as "NAME MODEL ORIENTATION, ...",
-// each key and index checked against its position, or as the exception that escaped.
-std::string Read(Text content, Text facts) {
-    DeviceRoot root;
-    root.AddFile("/ScannerList.xml", content);
-    const std::string previous = getenv("ORVEX_DEVICE_ROOT") ? getenv("ORVEX_DEVICE_ROOT") : "";
-    setenv("ORVEX_DEVICE_ROOT", root.path().c_str(), 1);
-    char platform[] = "lahaina", release[] = "Android_13", tr52[] = "TR52", tr41[] = "TR41";
-    std::string out;
-    try {
-        XMLParserUtil parser;
-        int position = 0;
-        for (auto& entry : parser.GetSupportedScannerListFromXML(
-                 "/ScannerList.xml", facts.find("norear") == std::string::npos,
-                 facts.find("id0") == std::string::npos ? 31 : 0, platform,
-                 facts.find("TR41") == std::string::npos ? tr52 : tr41, release,
-                 facts.find("front") != std::string::npos)) {
-            EXPECT_EQ(position, entry.first);
-            EXPECT_EQ(position++, entry.second.GetScannerIndex());
-            out += (out.empty() ? "" : ", ") + entry.second.GetScannerName() + " " +
-                   entry.second.GetScannerModel() + " " +
-                   std::to_string(entry.second.GetScannerOrientation());
-        }
-    } catch (const std::invalid_argument&) {
-        out = "invalid_argument";
-    } catch (const std::out_of_range&) {
-        out = "out_of_range";
-    }
-    setenv("ORVEX_DEVICE_ROOT", previous.c_str(), 1);
-    return out;
-}
-
 // Expected records are written short: each key below stands for its text.
 std::string Expand(std::string text) {
     static const std::map<std::string, std::string> kShort = {
@@ -190,16 +156,44 @@ TEST(XMLParserUtil, BuildsTheOrderedListFromDefaultsAndProductAmendments) {
         {List(builtin31, Product("lahaina", "TR52", ProductBuiltin("1", "OTHER", "Imager", "x"))),
          "", "Imager IM5100 0"},
     };
+    // Each row: the list, read as that of a lahaina device on Android_13 whose facts are the
+    // defaults (rear camera, scanner ID 31, TR52, front camera not checked) as the second column
+    // changes them; the list as "NAME MODEL ORIENTATION, ...", each key and index checked
+    // against its position, or the exception that escaped; the records.
+    DeviceRoot root;
+    const std::string previous = getenv("ORVEX_DEVICE_ROOT") ? getenv("ORVEX_DEVICE_ROOT") : "";
+    setenv("ORVEX_DEVICE_ROOT", root.path().c_str(), 1);
+    char platform[] = "lahaina", release[] = "Android_13", tr52[] = "TR52", tr41[] = "TR41";
     for (const auto& c : cases) {
         SCOPED_TRACE(c[0] + " " + c[1]);
+        root.AddFile("/ScannerList.xml", c[0]);
+        const auto has = [&](Text fact) { return c[1].find(fact) != std::string::npos; };
         orvex::hostlog::ScopedCapture capture;
-        EXPECT_EQ(c[2], Read(c[0], c[1]));
+        std::string out;
+        try {
+            XMLParserUtil parser;
+            int position = 0;
+            for (auto& entry : parser.GetSupportedScannerListFromXML(
+                     "/ScannerList.xml", !has("norear"), has("id0") ? 0 : 31, platform,
+                     has("TR41") ? tr41 : tr52, release, has("front"))) {
+                EXPECT_EQ(position, entry.first);
+                EXPECT_EQ(position++, entry.second.GetScannerIndex());
+                out += (out.empty() ? "" : ", ") + entry.second.GetScannerName() + " " +
+                       entry.second.GetScannerModel() + " " +
+                       std::to_string(entry.second.GetScannerOrientation());
+            }
+        } catch (const std::logic_error& e) {
+            out = dynamic_cast<const std::invalid_argument*>(&e) ? "invalid_argument"
+                                                                 : "out_of_range";
+        }
+        EXPECT_EQ(c[2], out);
         std::string log;
         for (const auto& e : capture.WithTag("ScannerFramework")) {
             log += std::string(1, "??VDIWEF"[e.priority & 7]) + " " + e.message + "\n";
         }
         EXPECT_EQ(Expand(c.size() > 3 ? c[3] : ""), log);
     }
+    setenv("ORVEX_DEVICE_ROOT", previous.c_str(), 1);
     // Null text arguments give an empty list without reading anything.
     XMLParserUtil parser;
     char x[] = "x";
@@ -346,7 +340,7 @@ std::string Unloadable(Text path) {
            ": cannot open shared object file: No such file or directory'\n\n";
 }
 
-TEST(DeviceInfo, AnswersAndLinesOfEachFact) {
+TEST(DeviceInfo, AnswersLogsAndAssertsEachFact) {
     const auto camera = [](Text id) {
         return "ACameraManager_getCameraCharacteristics " + id +
                "\nACameraMetadata_getConstEntry 0x80005\nACameraMetadata_free\n";
@@ -451,20 +445,17 @@ TEST(DeviceInfo, AnswersAndLinesOfEachFact) {
     cases.push_back(
         {"libname=", sku, "false\nfalse\n-1\n",
          kLoad + kUnable + " error library \"\" not found'\n\n" + notLoaded + version("-1")});
-    Check(cases);
-}
-
-TEST(DeviceInfo, MissingFactOrEntryPointEndsTheProcessWithItsAssertion) {
-    std::vector<Case> cases;
+    // A missing fact or entry point ends the process with its assertion.
+    int line = 118;
     for (const std::string c :
          {"ro.board.platform=GetPlatformName", "ro.product.name=GetProductName",
           "ro.product.model=GetProductModel", "ro.product.device=GetProductSKU",
           "ro.product.manufacturer=GetManufacturerName",
           "ro.build.version.release=GetAndroidVersion"}) {
         const std::string op = c.substr(c.find('=') + 1);
-        const int line = 118 + 11 * static_cast<int>(cases.size());
         cases.push_back({c.substr(0, c.find('=') + 1), op, "",
                          kBuilt + Abort(op + " Failed", "src/DeviceInfo", line), "", SIGABRT});
+        line += 11;
     }
     // The ABI also picks the library folder, so without it the platform library is not found.
     cases.push_back({"-ro.product.cpu.abi", "GetABI", "",

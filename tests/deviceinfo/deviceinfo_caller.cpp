@@ -3,7 +3,7 @@
 // only through vtables declared here, on the caller's side, in the documented slot order. A
 // slot out of place in the library shows up as a wrong answer here.
 //
-//   ORVEX_PLATFORM_LIB   the library to load (default: the build's lib/libplatform.orvex.so)
+//   ORVEX_PLATFORM_LIB   the library to load
 //   The camera service is installed from the device root's camera list when it has one.
 //
 //   deviceinfo_caller CMD...   one or more of:
@@ -206,9 +206,7 @@ const std::map<std::string, std::function<int(Arg, Arg)>> kCommands = {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const char* path = getenv("ORVEX_PLATFORM_LIB");
-    if (path == nullptr || *path == '\0') path = ORVEX_BUILD_DIR "/lib/libplatform.orvex.so";
-    gLibrary = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    gLibrary = dlopen(getenv("ORVEX_PLATFORM_LIB"), RTLD_NOW | RTLD_LOCAL);
     if (gLibrary == nullptr) {
         fprintf(stderr, "dlopen: %s\n", dlerror());
         return 3;
