@@ -1,16 +1,15 @@
 #include "TestSupport.h"
 
 #include <fcntl.h>
-#include <ftw.h>
 #include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -31,22 +30,13 @@ TempDir::TempDir() {
 }
 
 TempDir::~TempDir() {
-    nftw(
-        path_.c_str(),
-        [](const char* p, const struct stat*, int, struct FTW*) { return remove(p); }, 16,
-        FTW_DEPTH | FTW_PHYS);
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
 }
 
 void MakeDirs(const std::string& hostPath) {
-    std::string partial;
-    std::stringstream parts(hostPath);
-    std::string part;
-    if (!hostPath.empty() && hostPath[0] == '/') partial = "";
-    while (std::getline(parts, part, '/')) {
-        if (part.empty()) continue;
-        partial += "/" + part;
-        mkdir(partial.c_str(), 0755);
-    }
+    std::error_code ignored;
+    std::filesystem::create_directories(hostPath, ignored);
 }
 
 void WriteFile(const std::string& hostPath, const std::string& content) {
