@@ -16,7 +16,8 @@ using orvex::hostlog::Entry;
 const std::string kDeps = "/system/etc/scanner/ExternalDependencies.xml",
                   kProps = "/system/build.prop", kTag = "ScannerFramework",
                   kAssertTag = "####ASSERTION#####",
-                  kHead = "[ConfigInfo::ResolveConfigDependency] ";
+                  kHead = "[ConfigInfo::ResolveConfigDependency] ",
+                  kLongName(127, 'n');  // the longest name that fits
 
 std::string DataFilesDir(const std::string& processName) {
     return "/data/user_de/" + std::to_string(getuid() / 100000) + "/" + processName +
@@ -89,7 +90,7 @@ TEST(ConfigInfo, ResolvesEveryGroupWithItsCarryOversAndFirstDefinitionWinning) {
         {"ro.vendor.model", "SE4750"}, {"ro.empty", "fallback"}, {"ro.absent", "absent-default"},
         // A value met before its name is stored under the previous name, here a duplicate.
         {"named-late", ""}, {"blank-default", ""}, {"misplaced-file", ""},
-        {"unlisted.prop", "from-property"}, {"nothing.here", ""},
+        {"unlisted.prop", "from-property"}, {"nothing.here", ""}, {kLongName, "/p"},
     };
     const std::string document = Document(
         "<file><name>absolute</name><absolutepath>true</absolutepath>"
@@ -102,7 +103,8 @@ TEST(ConfigInfo, ResolvesEveryGroupWithItsCarryOversAndFirstDefinitionWinning) {
         "<file><name>no-path</name></file><file><name>empty</name><path/></file>"
         "<file><name> spaced </name><path> /s </path></file>"
         "<binary><name>misplaced</name><libname>libm.so</libname></binary>"
-        "<file><name>extra</name><comment>x</comment><path>/e</path><paths>/f</paths></file>",
+        "<file><name>extra</name><comment>x</comment><path>/e</path><paths>/f</paths></file>"
+        "<file><name>" + kLongName + "</name><path>/p</path></file>",
         "<binary><name>lib-carried</name><libname>libc1.so</libname></binary>"
         "<binary><name>lib-relative</name><absolutepath>no</absolutepath><libname>libfoo.so"
         "</libname></binary><binary><name>lib-absolute</name><absolutepath>true</absolutepath>"
@@ -144,34 +146,28 @@ TEST(ConfigInfo, BinariesFollowTheAbi) {
 }
 
 TEST(ConfigInfo, BrokenFileOrTooLongTextEndsTheProcess) {
-    // An empty error stands for the parser's own text.
-    const auto broken = [](const char* file, const std::string& error,
-                           const std::string& description, int line) {
-        Expect(description, file ? Files{{kDeps, file}} : Files{}, {{"anything", ""}},
-               {{ANDROID_LOG_ERROR, kTag, error.empty() ? "" : kHead + error},
+    // The error line follows the description, except that the file's load failure carries the
+    // parser's own text.
+    const auto broken = [](const char* file, const std::string& error, int line,
+                           const std::string& head = "ConfigInfo : ") {
+        Expect(error, file ? Files{{kDeps, file}} : Files{}, {{"anything", ""}},
+               {{ANDROID_LOG_ERROR, kTag, line == 121 ? "" : kHead + error},
                 {ANDROID_LOG_FATAL, kAssertTag,
                  "This is not my fault, Something else has malfunctioned - Sincerly "
                  "ScanningService\n"},
-                {ANDROID_LOG_FATAL, kAssertTag, "ERROR DESCRIPTION: " + description},
+                {ANDROID_LOG_FATAL, kAssertTag, "ERROR DESCRIPTION: " + head + error},
                 {ANDROID_LOG_FATAL, kAssertTag,
                  "ASSERTING AT device/common/platform_bundle/dependencies/includes/ConfigInfo:" +
                      std::to_string(line) + " \n"}});
     };
-    const std::string unloadable = "ConfigInfo : Unable to load ExternalDependencies XML file";
-    const std::string noRoot = "Failed : No root element.",
-                      node = " node in ExternalDependencies XML";
-    broken(nullptr, "", unloadable, 121);
-    broken("<?xml version=\"1.0\"?>\n<!-- nothing -->\n", noRoot, kHead + noRoot, 130);
-    broken("<deps><binaries/><properties/></deps>", "No files" + node,
-           "ConfigInfo : No files" + node, 138);
-    broken("<deps><properties/><files/></deps>", "No binaries" + node,
-           "ConfigInfo : No binaries" + node, 146);
-    broken("<deps><files/><binaries/><Properties/></deps>", "No properties" + node,
-           "ConfigInfo : No properties" + node, 154);
+    const std::string node = " node in ExternalDependencies XML";
+    broken(nullptr, "Unable to load ExternalDependencies XML file", 121);
+    broken("<?xml version=\"1.0\"?>\n<!-- nothing -->\n", "Failed : No root element.", 130, kHead);
+    broken("<deps><binaries/><properties/></deps>", "No files" + node, 138);
+    broken("<deps><properties/><files/></deps>", "No binaries" + node, 146);
+    broken("<deps><files/><binaries/><Properties/></deps>", "No properties" + node, 154);
 
-    const std::string n127(127, 'n'), p100(100, 'p');
-    Expect("fits", {{kDeps, Document("<file><name>" + n127 + "</name><path>/p</path></file>")}},
-           {{n127, "/p"}});
+    const std::string p100(100, 'p');
     const auto tooLong = [](const std::string& line, const std::string& files,
                             const std::string& properties = "",
                             const std::string& process = "caller") {
@@ -182,7 +178,7 @@ TEST(ConfigInfo, BrokenFileOrTooLongTextEndsTheProcess) {
                 std::to_string(DataFilesDir(p100).size() + 1) + " needed)",
             "", "", p100);
     tooLong("a dependency name does not fit in 128 bytes (129 needed)",
-            "<file><name>" + n127 + "n</name><path>/p</path></file>");
+            "<file><name>" + kLongName + "n</name><path>/p</path></file>");
     tooLong("an absolutepath text does not fit in 128 bytes (201 needed)",
             "<file><name>a</name><absolutepath>" + std::string(200, 't') +
                 "</absolutepath><path>/p</path></file>");
