@@ -428,7 +428,7 @@ TEST(FrameCallback, MapsTheGeometrysSizeForTheCallerAndUnmapsWhenItReturns) {
 TEST(ImagingCaller, StopStreamingStopsAfterAHaltOnlyOnLahaina) {
     // Profile, halt, flag and the service's calls; a timed stop stops on every platform.
     // clang-format off
-    for (const auto& [profile, halt, flag, calls] : std::vector<std::array<std::string, 4>>{
+    for (const auto& c : std::vector<std::vector<std::string>>{
              {"default", "1", "0", "HaltAcquisition(true, 0)\nStopStreaming()\n"},
              {"default", "1", "1", "HaltAcquisition(true, 1)\nStopStreaming()\n"},
              {"tr41", "1", "0", "HaltAcquisition(true, 0)\n"},
@@ -437,9 +437,9 @@ TEST(ImagingCaller, StopStreamingStopsAfterAHaltOnlyOnLahaina) {
              {"default", "0", "0", "HaltAcquisition(false, 0)\n"}}) {
         // clang-format on
         ProcessResult run =
-            RunProcess(ORVEX_BUILD_DIR "/bin/imaging_caller", "imaging_caller", {halt, flag},
-                       {{"ORVEX_DEVICE_ROOT", ORVEX_BUILD_DIR "/sim/profiles/" + profile}});
-        EXPECT_EQ("0 " + calls, std::to_string(run.exitCode) + " " + run.out) << profile << run.err;
+            RunProcess(ORVEX_BUILD_DIR "/bin/imaging_caller", "imaging_caller", {c[1], c[2]},
+                       {{"ORVEX_DEVICE_ROOT", ORVEX_BUILD_DIR "/sim/profiles/" + c[0]}});
+        EXPECT_EQ("0 " + c[3], std::to_string(run.exitCode) + " " + run.out) << c[0] << run.err;
     }
 }
 
