@@ -235,9 +235,7 @@ void Check(const std::vector<Case>& cases) {
             "libplatform.orvex.so=lib/libplatform.orvex.so;liborvex_host.so=lib/liborvex_host.so;" +
             c.changes);
         for (std::string change; std::getline(in, change, ';');) {
-            if (change[0] == '-') d.erase(change.substr(1));
-            if (change[0] != '-')
-                d[change.substr(0, change.find('='))] = change.substr(change.find('=') + 1);
+            d[change.substr(0, change.find('='))] = change.substr(change.find('=') + 1);
         }
         const auto file = [&](Text name) {
             return kBuild + (d[name].find('/') == std::string::npos ? "/tests/deviceinfo/" : "/") +
@@ -371,12 +369,12 @@ TEST(DeviceInfo, AnswersLogsAndAssertsEachFact) {
     const std::string rearStoi = "E @DIsRearCameraAvaialable] Exception. stoi\n";
     const std::string frontStoi = "E @DIsFrontCameraAvaialable] Exception. stoi\n";
     const std::string facing = "E @DIsFrontCameraAvaialableCheckUsingNDK] cam facing ";
+    // clang-format off
     for (const auto& c : std::vector<std::vector<std::string>>{
              {"cameras=0=front\n1=external\n2=back\n", "Rear", "true"},
              {"cameras=0=back\n1=front\n", "Front", "true", facing + "1\n" + facing + "0\n"},
-             {"cameras=0=back\n", "Front", "false", facing + "1\n"},
+             {"cameras=0=back\n", "Front", "false", facing + "1\n"}, {"", "Rear", "false"},
              {"ro.boot.device.camera0=0;ro.config.device.camera0=2", "Rear", "true"},
-             {"", "Rear", "false"},
              {"cameras=# none\n;ro.boot.device.camera0=1", "Rear", "true"},
              {"ro.boot.device.camera0=-1", "Rear", "false"},
              {"ro.boot.device.camera0=  1", "Rear", "true"},
@@ -390,6 +388,7 @@ TEST(DeviceInfo, AnswersLogsAndAssertsEachFact) {
         cases.push_back({c[0], "Is" + c[1] + "CameraAvaialable", c[2] + "\n",
                          kBuilt + (c.size() > 3 ? c[3] : "")});
     }
+    // clang-format on
     // Volume facts come from the volume library when it has them; only a device with the whole
     // library is asked about the headset, whose state is the accessory text as a number.
     const std::string volume =
@@ -445,30 +444,29 @@ TEST(DeviceInfo, AnswersLogsAndAssertsEachFact) {
     cases.push_back(
         {"libname=", sku, "false\nfalse\n-1\n",
          kLoad + kUnable + " error library \"\" not found'\n\n" + notLoaded + version("-1")});
-    // A missing fact or entry point ends the process with its assertion.
-    int line = 118;
-    for (const std::string c :
-         {"ro.board.platform=GetPlatformName", "ro.product.name=GetProductName",
-          "ro.product.model=GetProductModel", "ro.product.device=GetProductSKU",
-          "ro.product.manufacturer=GetManufacturerName",
-          "ro.build.version.release=GetAndroidVersion"}) {
-        const std::string op = c.substr(c.find('=') + 1);
-        cases.push_back({c.substr(0, c.find('=') + 1), op, "",
-                         kBuilt + Abort(op + " Failed", "src/DeviceInfo", line), "", SIGABRT});
-        line += 11;
-    }
-    // The ABI also picks the library folder, so without it the platform library is not found.
-    cases.push_back({"-ro.product.cpu.abi", "GetABI", "",
-                     kLoad + Unloadable("/system//libplatform.orvex.so") +
-                         Abort("GetABI Failed", "src/DeviceInfo", 184),
-                     "", SIGABRT});
-    for (const std::string c :
-         {"get_module=GetAbstractedPlatformModule=66", "delete_module=DeletePlatformModule=69"}) {
-        const size_t at = c.find('='), end = c.rfind('=');
+    // A missing fact or entry point ends the process with its assertion: the fact's line, what
+    // comes before it, the assertion's text. The ABI also picks the library folder, so without
+    // it the platform library is not found.
+    const std::string noLibrary = kLoad + Unloadable("/system//libplatform.orvex.so");
+    const std::string function = "Unable to load function ", get = "GetPlatformVersion";
+    // clang-format off
+    for (const auto& c : std::vector<std::vector<std::string>>{
+        {"ro.board.platform=", "GetPlatformName", "118"},
+        {"ro.product.name=", "GetProductName", "129"},
+        {"ro.product.model=", "GetProductModel", "140"},
+        {"ro.product.device=", "GetProductSKU", "151"},
+        {"ro.product.manufacturer=", "GetManufacturerName", "162"},
+        {"ro.build.version.release=", "GetAndroidVersion", "173"},
+        {"ro.product.cpu.abi=", "GetABI", "184", noLibrary},
+        {"libfile=libplatform_without_get_module.so", get, "66", kLoad,
+         function + "GetAbstractedPlatformModule\n"},
+        {"libfile=libplatform_without_delete_module.so", get, "69", kLoad,
+         function + "DeletePlatformModule\n"}}) {
+        // clang-format on
         cases.push_back(
-            {"libfile=libplatform_without_" + c.substr(0, at) + ".so", "GetPlatformVersion", "",
-             kLoad + Abort("Unable to load function " + c.substr(at + 1, end - at - 1) + "\n",
-                           "src/DeviceInfo", std::stoi(c.substr(end + 1))),
+            {c[0], c[1], "",
+             (c.size() > 3 ? c[3] : kBuilt) +
+                 Abort(c.size() > 4 ? c[4] : c[1] + " Failed", "src/DeviceInfo", std::stoi(c[2])),
              "", SIGABRT});
     }
     Check(cases);
