@@ -408,11 +408,11 @@ TEST(DeviceInfo, AnswersLogsAndAssertsEachFact) {
     }
     // The scanner ID is the imager ID as a number, and zero when it is none.
     const std::string stoi = "E @DGetScanner] Exception. stoi\n";
+    // clang-format off
     for (const auto& c : std::vector<std::vector<std::string>>{
-             {" 42x", "42", ""},
-             {"abc", "0", stoi},
-             {"99999999999", "0", stoi},
+             {" 42x", "42", ""}, {"abc", "0", stoi}, {"99999999999", "0", stoi},
              {"", "0", "D @DGetScanner] Setting scannerID = 0\n\n"}}) {
+        // clang-format on
         cases.push_back({"imager=imager_id=" + c[0] + "\ninterface_type=4\n",
                          "GetScanner GetImagerInterfaceType", c[1] + "\n4\n",
                          "D @DGetScanner] scanner ID = " + c[0] + "\n\n" + c[2] +
@@ -423,27 +423,24 @@ TEST(DeviceInfo, AnswersLogsAndAssertsEachFact) {
     // module is not supported the library stays open, so its version still answers.
     const std::string sku = "isDeviceFederalSKU1 isDeviceFederalSKU2 GetPlatformVersion";
     const std::string notLoaded =
-        "E @DisDeviceFederalSKU1] @H module is not loaded\n"
-        "E @DisDeviceFederalSKU2] @H module is not loaded\n";
-    const auto version = [](Text v) {
-        return "D @DGetImagerInterfaceType] Platform Version type= " + v + "\n\n";
-    };
-    cases.push_back(
-        {"", sku, "false\nfalse\n1\n",
-         kBuilt +
-             "D @DisDeviceFederalSKU1] pPlatforHWInfoRetreiver->isDeviceFederalSKU1 returns "
-             "false\nD @DisDeviceFederalSKU2] pPlatforHWInfoRetreiver->isDeviceFederalSKU2 "
-             "returns false\n" +
-             version("1")});
-    cases.push_back({"libfile=libplatform_without_hw_info.so", sku, "false\nfalse\n7\n",
-                     kLoad + "E @DLoadPlatformHWINfoRetrieverModule] @H module is not supported\n" +
-                         notLoaded + version("7")});
-    cases.push_back(
-        {"libname=libmissing.so", sku, "false\nfalse\n-1\n",
-         kLoad + Unloadable("/system/lib64/libmissing.so") + notLoaded + version("-1")});
-    cases.push_back(
-        {"libname=", sku, "false\nfalse\n-1\n",
-         kLoad + kUnable + " error library \"\" not found'\n\n" + notLoaded + version("-1")});
+        "E @DisDeviceFederalSKU1] @H module is not loaded\nE "
+        "@DisDeviceFederalSKU2] @H module is not loaded\n";
+    for (const auto& c : std::vector<std::vector<std::string>>{
+             {"", "1",
+              kBuilt + "D @DisDeviceFederalSKU1] pPlatforHWInfoRetreiver->isDeviceFederalSKU1 "
+                       "returns false\nD @DisDeviceFederalSKU2] "
+                       "pPlatforHWInfoRetreiver->isDeviceFederalSKU2 returns false\n"},
+             {"libfile=libplatform_without_hw_info.so", "7",
+              kLoad + "E @DLoadPlatformHWINfoRetrieverModule] @H module is not supported\n" +
+                  notLoaded},
+             {"libname=libmissing.so", "-1",
+              kLoad + Unloadable("/system/lib64/libmissing.so") + notLoaded},
+             {"libname=", "-1",
+              kLoad + kUnable + " error library \"\" not found'\n\n" + notLoaded}}) {
+        cases.push_back(
+            {c[0], sku, "false\nfalse\n" + c[1] + "\n",
+             c[2] + "D @DGetImagerInterfaceType] Platform Version type= " + c[1] + "\n\n"});
+    }
     // A missing fact or entry point ends the process with its assertion: the fact's line, what
     // comes before it, the assertion's text. The ABI also picks the library folder, so without
     // it the platform library is not found.
@@ -484,13 +481,9 @@ TEST(DeviceInfoBuilder, GathersTheFactsInOrderBuildsOneListAndEndsTheProcessOnAB
                            External("Ring", "1", "20", "BT_RING"),
                        Product("lahaina", "TR41", ProductBuiltin("0", "IM5100", "Imager", "1")));
     const auto broken = [](Text list, Text error, int line, Text detail = "") {
-        return Case{list,
-                    "scanners",
-                    "",
-                    "E @XGetSupportedScannerListFromXML] " + error + detail + "\n" +
-                        Abort("XMLParserUtil : " + error, "utility/XMLParserUtil", line),
-                    "XMLParserUtil|ASSERTION",
-                    SIGABRT};
+        const std::string log = "E @XGetSupportedScannerListFromXML] " + error + detail + "\n" +
+                                Abort("XMLParserUtil : " + error, "utility/XMLParserUtil", line);
+        return Case{list, "scanners", "", log, "XMLParserUtil|ASSERTION", SIGABRT};
     };
     Check({{list + ";cameras=0=back\n", "scanners",
             "count 3\n0\tImager\tIM5100\n1\tCamera Scanner\tREAR_CAMERA\n2\tRing\tBT_RING\n",
@@ -572,14 +565,14 @@ TEST(SupportedScannerInfo, AnswersQueriesOnTheListAndEndsTheProcessOnAPositionOf
              "Scanner Ring not found in Scanner List\n" +
              empty,
          queries, 0, built}};
-    for (const std::string c :
-         {"GetScannerNameAt 0=GetScannerNameAt] index 0 not found in Scanner List",
-          "GetScannerModelNameAt 1=GetScannerModelNameAt] index 1 not found in Scanner List",
-          "GetInBuiltScannerModel=GetInBuiltScannerModel] InBuilt Scanner not found in Scanner "
-          "List"}) {
-        cases.push_back({emptyList, c.substr(0, c.find('=')), "",
-                         empty + "E @S" + c.substr(c.find('=') + 1) + "\n", queries, SIGABRT,
-                         built});
+    // clang-format off
+    for (const auto& c : std::vector<std::vector<std::string>>{
+             {"GetScannerNameAt", " 0", "index 0"}, {"GetScannerModelNameAt", " 1", "index 1"},
+             {"GetInBuiltScannerModel", "", "InBuilt Scanner"}}) {
+        // clang-format on
+        cases.push_back({emptyList, c[0] + c[1], "",
+                         empty + "E @S" + c[0] + "] " + c[2] + " not found in Scanner List\n",
+                         queries, SIGABRT, built});
     }
     Check(cases);
 }

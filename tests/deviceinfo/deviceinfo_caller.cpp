@@ -88,21 +88,16 @@ namespace {
 
 void* gLibrary = nullptr;
 
-template <typename Func>
-Func Symbol(const char* name) {
+// Called through the exported function's own type (a call through any other is undefined, and
+// UBSan says so); its result is then seen through the view.
+template <typename View, typename Class>
+View* Get(const char* name) {
     void* symbol = dlsym(gLibrary, name);
     if (symbol == nullptr) {
         fprintf(stderr, "missing export %s\n", name);
         exit(3);
     }
-    return reinterpret_cast<Func>(symbol);
-}
-
-// Called through the exported function's own type (a call through any other is undefined, and
-// UBSan says so); its result is then seen through the view.
-template <typename View, typename Class>
-View* Get(const char* name) {
-    return reinterpret_cast<View*>(Symbol<Class* (*)()>(name)());
+    return reinterpret_cast<View*>(reinterpret_cast<Class* (*)()>(symbol)());
 }
 
 DeviceInfoView* Info() {
