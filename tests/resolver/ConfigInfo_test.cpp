@@ -31,14 +31,14 @@ std::string Document(const std::string& files, const std::string& binaries = "",
            "</properties>\n</ExternalDependencies>\n";
 }
 
-using Files = std::vector<std::pair<std::string, std::string>>;  // device path, content
-using Lines = Files;                                             // name, resolved text
+// Device paths with their contents, or names with their resolved texts.
+using Files = std::vector<std::pair<std::string, std::string>>;
 
 // Runs the caller under `process`, resolving each name in turn (a device path is removed
 // instead), and checks what it prints and its resolver and assertion lines; a fatal last line
 // must have ended it before it printed anything. An empty first line stands for the parser's own
 // text, which names the file on the host.
-void Expect(const std::string& what, const Files& files, const Lines& resolved,
+void Expect(const std::string& what, const Files& files, const Files& resolved,
             std::vector<Entry> expected = {}, const std::string& process = "caller") {
     SCOPED_TRACE(what);
     orvex::test::DeviceRoot root;
@@ -58,9 +58,8 @@ void Expect(const std::string& what, const Files& files, const Lines& resolved,
     EXPECT_EQ(fatal ? -1 : 0, run.exitCode);
     EXPECT_EQ(out, run.out);
     std::vector<Entry> log;
-    for (const Entry& e : orvex::test::WithoutRegistrations(orvex::test::ReadLogFile(logPath))) {
+    for (const Entry& e : orvex::test::WithoutRegistrations(orvex::test::ReadLogFile(logPath)))
         if (e.tag == kTag || e.tag == kAssertTag) log.push_back(e);
-    }
     if (!expected.empty() && expected[0].message.empty()) {
         tinyxml2::XMLDocument doc;
         doc.LoadFile(root.HostPath(kDeps).c_str());
@@ -73,7 +72,7 @@ void Expect(const std::string& what, const Files& files, const Lines& resolved,
 TEST(ConfigInfo, ResolvesEveryGroupWithItsCarryOversAndFirstDefinitionWinning) {
     const std::string prefix = DataFilesDir("caller");
     // clang-format off
-    const Lines resolved = {
+    const Files resolved = {
         // Once the table is filled the file may go: a second read would end the process.
         {"absolute", "/vendor/etc/ScannerList.xml"}, {prefix + kDeps, ""},
         {"inherits-true", "/odm/a.xml"}, {"relative", prefix + "/etc/b.xml"},
