@@ -47,8 +47,8 @@ TEST(ComponentIndex, CountsCreatesAndRegistersModulesPerTag) {
     std::string counts;  // out of range is answered as empty rather than read past the table
     for (int tag = -1; tag <= 14; ++tag)
         counts += std::to_string(GetNumberOfPlatformModulesForTag(PlatformModuleTag(tag)));
-    EXPECT_EQ(counts,
-              "0120000001001010");  // the version and fresh-process counts: orvexctl's suite
+    // The version and the counts in a fresh process are checked with orvexctl's suite.
+    EXPECT_EQ(counts, "0120000001001010");
 
     const char* const kInvalid = "Invalid Platform Module Tag";
     struct Case {
@@ -121,7 +121,7 @@ TEST_F(SettingsStore, ReadsEveryChildOfTheRootAndKeepsSetInfoInMemory) {
         {nullptr, "|||||"}, {"", "|||||"}, {"<Settings><LogLevel>3</LogLevel>", "|||||"},
         // A later element replaces an earlier one; nested elements are not read.
         {"<?xml version=\"1.0\"?>\n<AnyRoot>\n  <LogLevel>3</LogLevel>\n  <Foo>x</Foo>\n  <Foo>y</Foo>\n"
-         "  <Empty/>\n  <Outer><Inner>1</Inner></Outer>\n</AnyRoot>\n", "LogLevel Foo Foo Empty Outer |3|y|||"},
+         "  <Empty/>\n  <Outer><Inner>1</Inner></Outer>\n</AnyRoot>\n", " LogLevel Foo Foo Empty Outer|3|y|||"},
     };
     // clang-format on
     for (const auto& c : cases) {
@@ -132,8 +132,7 @@ TEST_F(SettingsStore, ReadsEveryChildOfTheRootAndKeepsSetInfoInMemory) {
         store.LoadInfo();
         std::string got;  // the key lines are debug lines with the format in the tag position
         for (const Entry& e : log.Entries())
-            got +=
-                (e.priority == ANDROID_LOG_DEBUG && e.tag == kKeyTag ? "" : "?") + e.message + " ";
+            got += (e.priority == ANDROID_LOG_DEBUG && e.tag == kKeyTag ? " " : " ?") + e.message;
         for (const char* key : {"LogLevel", "Foo", "Empty", "Inner", "Bar"})
             got += "|" + store.GetInfo(key);
         EXPECT_EQ(got, c.second);

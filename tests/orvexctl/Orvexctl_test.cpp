@@ -96,7 +96,7 @@ TEST(Orvexctl, CheckReportsEachWayTheServiceWouldStop) {
     const std::string noModel = " stop GetProductModel Failed LibProperties/src/DeviceInfo 140";
     // clang-format off
     const std::pair<std::vector<Edit>, std::string> cases[] = {
-        {{{"/enterprise/device/settings/scanner/LogLevel.xml", "^[^]*", "<?xml version=\"1.0\"?>\n"}},
+        {{{"/enterprise/device/settings/scanner/LogLevel.xml", "^[^]*", "<?xml version=\"1.0\"?>"}},
          "false: settings stop Can't attach JVM to current thread. "
          "PersistManager/src/XMLFilePersist 21"},
         {{{deps, "^[^]*", ""}},
