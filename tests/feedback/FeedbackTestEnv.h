@@ -41,14 +41,12 @@ class ChildChecks {
     }
     void True(const char* what, bool condition) { Eq(what, condition, true); }
     void Logged(const std::vector<Entry>& actual, const std::vector<Entry>& expected) {
-        auto listed = [](const std::vector<Entry>& entries, std::string out) {
-            for (const Entry& e : entries) {
-                out += "  " + std::to_string(e.priority) + " " + e.tag + " " + e.message + "\n";
-            }
-            return out;
-        };
-        if (actual != expected)
-            failures_ += listed(expected, listed(actual, "log; got:\n") + "expected:\n");
+        std::ostringstream out;
+        for (const auto* list : {&actual, &expected}) {
+            out << (list == &actual ? "log differs; got:\n" : "expected:\n");
+            for (const Entry& e : *list) PrintTo(e, &out), out << "\n";
+        }
+        if (actual != expected) failures_ += out.str();
     }
     [[noreturn]] void Exit() {
         fputs(failures_.c_str(), stderr);
