@@ -33,9 +33,6 @@ std::string Camera(Text name, Text supported, Text index, Text model,
     return Element(element, Element("name", name) + Element("supported", supported) +
                                 Element("index", index) + Element("model", model));
 }
-std::string FrontCamera(Text name, Text index, Text model) {
-    return Camera(name, "1", index, model, "front-camera-scanner");
-}
 std::string External(Text name, Text supported, Text index, Text model) {
     return Camera(name, supported, index, model, "external-scanner");
 }
@@ -96,9 +93,9 @@ TEST(XMLParserUtil, BuildsTheOrderedListFromDefaultsAndProductAmendments) {
         {List(Camera("Camera", " 0", "5", "REAR_CAMERA") + External("Ring", "", "7", "BT_RING")),
          "", "Camera REAR_CAMERA 0, Ring BT_RING 0"},
         // The front camera is offered on TR41 only.
-        {List(FrontCamera("Front", "6", "FRONT_CAMERA")), "front", ""},
+        {List(Camera("Front", "1", "6", "FRONT_CAMERA", "front-camera-scanner")), "front", ""},
         {List(Camera("Camera", "1", "5", "REAR_CAMERA") +
-              FrontCamera("Front", "6", "FRONT_CAMERA")),
+              Camera("Front", "1", "6", "FRONT_CAMERA", "front-camera-scanner")),
          "front TR41", "Camera REAR_CAMERA 0, Front FRONT_CAMERA 0"},
         // Scanner ID 0 considers no built-in scanner, even one with ID 0.
         {List(Builtin("0", "1", "Zero", "1", "IM0")), "id0", ""},
@@ -260,11 +257,11 @@ void Check(const std::vector<Case>& cases) {
                                       Element(key, value));
         };
         const std::string binary = entry("binary", "libplatformso", "libname", d["libname"]);
-        root.AddFile("/system/etc/scanner/ExternalDependencies.xml",
-                     "<?xml version=\"1.0\"?>\n<deps>\n" +
-                         Element("files", entry("file", "scannerlistxml", "path", list)) + "\n" +
-                         Element("binaries", d["libname"].empty() ? "" : binary) +
-                         "\n<properties/>\n</deps>\n");
+        root.AddFile(
+            "/system/etc/scanner/ExternalDependencies.xml",
+            Element("deps", Element("files", entry("file", "scannerlistxml", "path", list)) +
+                                Element("binaries", d["libname"].empty() ? "" : binary) +
+                                "<properties/>"));
         // The x86_64 ABI puts absolute library paths under /system/lib64.
         root.AddDir("/system/lib64");
         const std::string platform = libraries.path() + "/libplatform.orvex.so";
@@ -472,14 +469,14 @@ TEST(DeviceInfo, AnswersLogsAndAssertsEachFact) {
 TEST(DeviceInfoBuilder, GathersTheFactsInOrderBuildsOneListAndEndsTheProcessOnABrokenOne) {
     const std::string id31 = "@GScanner ID=31\n", noFront = "@GFront camera is not available\n";
     const std::string a13 = "I @DGetSupportedScannerInstance] android version is Android_13\n";
-    const std::string gathered = "GetSupportedScannerInstance\\]",
-                      unable = "Unable to load ScannerList XML file";
+    const std::string gathered = "GetSupportedScannerInstance\\]";
     const std::string list =
-        "list=" + List(Camera("Camera Scanner", "1", "10", "REAR_CAMERA") +
-                           FrontCamera("Front Camera Scanner", "11", "FRONT_CAMERA") +
-                           Builtin("31", "1", "Imager", "0", "IM5100") +
-                           External("Ring", "1", "20", "BT_RING"),
-                       Product("lahaina", "TR41", ProductBuiltin("0", "IM5100", "Imager", "1")));
+        "list=" +
+        List(Camera("Camera Scanner", "1", "10", "REAR_CAMERA") +
+                 Camera("Front Camera Scanner", "1", "11", "FRONT_CAMERA", "front-camera-scanner") +
+                 Builtin("31", "1", "Imager", "0", "IM5100") +
+                 External("Ring", "1", "20", "BT_RING"),
+             Product("lahaina", "TR41", ProductBuiltin("0", "IM5100", "Imager", "1")));
     const auto broken = [](Text list, Text error, int line, Text detail = "") {
         const std::string log = "E @XGetSupportedScannerListFromXML] " + error + detail + "\n" +
                                 Abort("XMLParserUtil : " + error, "utility/XMLParserUtil", line);
@@ -496,7 +493,7 @@ TEST(DeviceInfoBuilder, GathersTheFactsInOrderBuildsOneListAndEndsTheProcessOnAB
             "@GImager scanner is not present\n@GRear camera is not available\n" + noFront + a13,
             gathered},
            // Racing first calls share one DeviceInfo, one list and one imager client.
-           {list + ";cameras=0=back\n", "race 8 same", "same\nsame\n",
+           {list + ";cameras=0=back\n", "race 8", "same\n",
             kLoad + "@Clibimagerclient.so loaded\nD @SSupportedScannerInfo] masterScannerMap\n",
             "LoadPlatformHWInfoRetrieverModule\\] E$|masterScannerMap$|libimagerclient.so loaded"},
            // A number that does not parse leaves nothing stored and the lock free.
@@ -518,16 +515,14 @@ TEST(DeviceInfoBuilder, GathersTheFactsInOrderBuildsOneListAndEndsTheProcessOnAB
            broken("list=<ScannerList><Android_13><default/></Android_13></ScannerList>",
                   "No platform node in ScannerList XML", 59),
            // No file at all where the device says the list is.
-           broken("", unable, 30,
+           broken("", "Unable to load ScannerList XML file", 30,
                   ", desc : Error=XML_ERROR_FILE_NOT_FOUND ErrorID=3 (0x3) Line number=0: "
                   "filename=$ROOT/system/etc/scanner/ScannerList.xml")});
 }
 
 TEST(SupportedScannerInfo, AnswersQueriesOnTheListAndEndsTheProcessOnAPositionOfAnEmptyOne) {
     // The facts' own records once the list is built, without the list's own construction lines.
-    const std::string queries =
-        "^. (?!sim\\.libimagerclient: |####ASSERTION#####: "
-        "|\\[SupportedScannerInfo::SupportedScannerInfo\\])";
+    const std::string queries = "^. (?!sim|#|\\[SupportedScannerInfo::SupportedScannerInfo)";
     const std::string built = "\\] masterScannerMap$",
                       m = "D @SGetScannerModelNameAt] Scanner Model ";
     const std::string empty = "E @SIsScannerListAvailable] Scanner List is empty\n";
@@ -578,7 +573,7 @@ TEST(SupportedScannerInfo, AnswersQueriesOnTheListAndEndsTheProcessOnAPositionOf
 }
 
 TEST(ImagerInfoUtils, ReleasesTheImagerClientAfterASuccessKeepsItAfterAFailureAndNeedsIt) {
-    const std::string args = "imager GetImagerID imager GetImagerInterfaceType imagerclient-loaded";
+    const std::string args = "imager.GetImagerID imager.GetImagerInterfaceType imagerclient-loaded";
     const std::string asked =
         "@Clibimagerclient.so loaded\nI @ILoadImagerLibrary] Loaded "
         "libimagerclient.so!!\n\n@CGetImagerModule(1, ImagerProvider)\n";
@@ -594,13 +589,13 @@ TEST(ImagerInfoUtils, ReleasesTheImagerClientAfterASuccessKeepsItAfterAFailureAn
             asked + "E [@ILoadImagerModules] m_ImagerProvider is NULL\n" + failed},
            {"imager=imager=0\n", args, "[]\n0\nloaded\n",
             asked + "@CGetImager() = null\nE [@ILoadImagerModules] m_Imager is NULL\n\n" + failed},
-           {"libimagerclient.so=", "imager GetImagerID", "",
+           {"libimagerclient.so=", "imager.GetImagerID", "",
             "E [@ILoadImagerLibrary] Unable to load library, Error 'libimagerclient.so: cannot "
             "open shared object file: No such file or directory'\n" +
                 Abort("[ImagerContext::LoadImagerLibrary] Unable to load libimagerclient.so",
                       "src/ImagerInfoUtils", 56),
             "", SIGABRT},
-           {"libimagerclient.so=libimagerclient_without_entry.so", "imager GetImagerID", "",
+           {"libimagerclient.so=libimagerclient_without_entry.so", "imager.GetImagerID", "",
             "I @ILoadImagerLibrary] Loaded libimagerclient.so!!\n\n" +
                 Abort("Unable to load function GetImagerModule\n", "src/ImagerInfoUtils", 62),
             "", SIGABRT}});

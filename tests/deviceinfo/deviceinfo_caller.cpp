@@ -12,11 +12,10 @@
 //     setprop NAME VALUE      change a system property of this process
 //     scanners                print the scanner list: "count N", then "I<TAB>NAME<TAB>MODEL",
 //                             or "exception TYPE: WHAT" for an invalid_argument or out_of_range
-//     same                    print "same" when both builder operations and ImagerInfoUtils
-//                             answer one object each
 //     race N                  N threads make the first builder calls together; print "same"
-//                             when all of them got the same objects
-//     imager OP               call ImagerInfoUtils' GetImagerID or GetImagerInterfaceType
+//                             when all of them, later calls too, got the same objects and
+//                             ImagerInfoUtils answers one object
+//     imager.OP               call ImagerInfoUtils' GetImagerID or GetImagerInterfaceType
 //     imagerclient-loaded     print "loaded" or "unloaded" for libimagerclient.so
 //     camera-calls            print the camera NDK calls made so far, one per line, then the
 //                             number of camera id lists not freed
@@ -138,7 +137,8 @@ bool Race(int threads) {
         got.push_back(result.get());
         if (got.back() != got[0] || !got.back().first || !got.back().second) return false;
     }
-    return true;
+    // Later calls answer the same objects, and ImagerInfoUtils one object too.
+    return got[0] == std::make_pair<void*, void*>(Info(), Scanners()) && Imager() == Imager();
 }
 
 // Each command gets the next two arguments and gives how many of them it used.
@@ -161,13 +161,12 @@ int Invoke(View* view, Result (View::*op)(Args...), Arg a) {
     {#name, [](Arg a, Arg) { return Invoke(Info(), &DeviceInfoView::name, a); }},
 #define SCANNERS(result, name, ...) \
     {#name, [](Arg a, Arg) { return Invoke(Scanners(), &SupportedScannerInfoView::name, a); }},
+#define IMAGER(name) \
+    {"imager." #name, [](Arg a, Arg) { return Invoke(Imager(), &ImagerInfoUtilsView::name, a); }},
 
 const std::map<std::string, std::function<int(Arg, Arg)>> kCommands = {
     DEVICE_INFO(INFO) SCANNER_INFO(SCANNERS) SCANNERS(bool, IsScannerListAvailable)
-    {"imager", [](Arg op, Arg) {
-        op == "GetImagerID" ? Print(Imager()->GetImagerID())
-                            : Print(Imager()->GetImagerInterfaceType());
-        return 1; }},
+    IMAGER(GetImagerID) IMAGER(GetImagerInterfaceType)
     {"setprop", [](Arg name, Arg value) { return orvex::properties::Set(name, value), 2; }},
     {"scanners", [](Arg, Arg) {
         try {
@@ -183,9 +182,6 @@ const std::map<std::string, std::function<int(Arg, Arg)>> kCommands = {
             printf("exception %s: %s\n", invalid ? "invalid_argument" : "out_of_range", e.what());
         }
         return 0; }},
-    {"same", [](Arg, Arg) {
-        bool same = Info() == Info() && Scanners() == Scanners() && Imager() == Imager();
-        return printf("%s\n", same ? "same" : "different"), 0; }},
     {"race", [](Arg n, Arg) {
         return printf("%s\n", Race(atoi(n.c_str())) ? "same" : "different"), 1; }},
     {"imagerclient-loaded", [](Arg, Arg) {
