@@ -138,10 +138,7 @@ class HWBeepTest : public ::testing::Test {
         beep_ = Beep::Register();
         module_ = std::make_unique<HWBeep<ANDROID_VERSION_10>>();
     }
-    void TearDown() override {
-        module_.reset();
-        Beep::Remove();
-    }
+    void TearDown() override { Beep::Remove(); }
 
     static inline FakeAudioService* audio_ = nullptr;
     sp<Beep> beep_;
@@ -363,7 +360,7 @@ TEST_F(LEDTest, ScansDriveTheLightThroughItsColours) {
 }
 
 // HIDL first, then the first AIDL light of the device's own type 100, asked for at every change.
-TEST_F(LEDTest, LightIsTheHidlOneOrTheAidlScanLed) {
+TEST_F(LEDTest, LightIsTheHidlOneOrTheAidlScanLedOrNone) {
     const Entry aidl = Error("creating AIDL interface\n");
     const Entry set100 = Debug("[AIDLinterface::setlight] set light 100\n");
     const AidlCall get = {AidlCall::kGetLights, 0, {}, 0};
@@ -392,13 +389,14 @@ TEST_F(LEDTest, LightIsTheHidlOneOrTheAidlScanLed) {
         Steps(*module_, "I1,d=true,P1");
         EXPECT_EQ(c.calls, lights->Calls());
         EXPECT_EQ(c.lines, OwnLines(log));
-        EXPECT_TRUE(LightHal::b_LightInit);
-        EXPECT_TRUE(!c.hidl || hidl->Calls() == HidlCalls{Hidl(kRed)});
+        EXPECT_TRUE(LightHal::b_LightInit && (!c.hidl || hidl->Calls() == HidlCalls{Hidl(kRed)}));
     }
-}
 
-TEST_F(LEDTest, WithoutLightsServicesBothAreTriedAgainEachTime) {
-    Steps(*module_, "S0,I0");  // the lines are the service-death table's
+    // Without either service both are tried again each time (the lines are the service-death
+    // table's).
+    NewModule();
+    FakeHidlLight::Remove();
+    Steps(*module_, "S0,I0");
     EXPECT_FALSE(LightHal::b_LightInit);
     sp<FakeAidlLights> aidl = FakeAidlLights::Register(FakeAidlLights::DefaultLights());
     // A probe leaves no light object; "datacapture_led_id" connects again, whatever its value.
@@ -410,8 +408,9 @@ TEST_F(LEDTest, WithoutLightsServicesBothAreTriedAgainEachTime) {
     EXPECT_TRUE(aidl->Calls().empty());
 }
 
-// The timer's own changes are the scans' (a new value, 0 and -1 each show in the colours).
-TEST_F(LEDTest, AnUnknownTimerIsReportedAndStillResets) {
+// An unknown timer is reported and still resets (the timer's own changes are the scans': a new
+// value, 0 and -1 each show in the colours); the other answers are fixed.
+TEST_F(LEDTest, AnUnknownTimerStillResetsAndTheOtherAnswersAreFixed) {
     sp<FakeHidlLight> light = FakeHidlLight::Register();
     Steps(*module_, "I1");
     TimerProvider* timer = TimerProvider::CreateNewTimer(1000, &LEDProbe::OnTimer, module_.get());
@@ -422,9 +421,6 @@ TEST_F(LEDTest, AnUnknownTimerIsReportedAndStillResets) {
     EXPECT_EQ(
         Error("[LEDNotification<T>::OnTimer] Unknown timer triggered on LEDNotification Module"),
         OwnLines(log).at(0));
-}
-
-TEST_F(LEDTest, ConvertToargbAndTheOtherAnswersAreFixed) {
     EXPECT_TRUE(module_->ReinitializeFeedback() && module_->ReadSubmit());
     EXPECT_FALSE(module_->CheckExternalHeadset() || module_->GetParameter("volume") != nullptr);
     EXPECT_EQ(0x01020304u, module_->ConvertToargb(1, 2, 3, 4));
