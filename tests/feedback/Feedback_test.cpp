@@ -398,14 +398,14 @@ TEST_F(LEDTest, LightIsTheHidlOneOrTheAidlScanLedOrNone) {
     FakeHidlLight::Remove();
     Steps(*module_, "S0,I0");
     EXPECT_FALSE(LightHal::b_LightInit);
-    sp<FakeAidlLights> aidl = FakeAidlLights::Register(FakeAidlLights::DefaultLights());
+    sp<FakeAidlLights> lights = FakeAidlLights::Register(FakeAidlLights::DefaultLights());
     // A probe leaves no light object; "datacapture_led_id" connects again, whatever its value.
     Steps(*module_, "S1");
     EXPECT_FALSE(LightHal::lighthal != nullptr || LightHal::b_LightInit);
     Steps(*module_, "datacapture_led_id=17");
     EXPECT_NE(nullptr, LightHal::lighthal);
     EXPECT_TRUE(LightHal::lighthal == module_->p_light && LightHal::b_LightInit);
-    EXPECT_TRUE(aidl->Calls().empty());
+    EXPECT_TRUE(lights->Calls().empty());
 }
 
 // An unknown timer is reported and still resets (the timer's own changes are the scans': a new
