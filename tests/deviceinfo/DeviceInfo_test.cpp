@@ -13,8 +13,6 @@
 #include <regex>
 #include <sstream>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "TestSupport.h"
 #include "XMLParserUtil.h"
@@ -370,10 +368,10 @@ TEST(DeviceInfo, AnswersLogsAndAssertsEachFact) {
     for (const auto& c : std::vector<std::vector<std::string>>{
              {"cameras=0=front\n1=external\n2=back\n", "Rear", "true"},
              {"cameras=0=back\n1=front\n", "Front", "true", facing + "1\n" + facing + "0\n"},
-             {"cameras=0=back\n", "Front", "false", facing + "1\n"}, {"", "Rear", "false"},
+             {"cameras=0=back\n", "Front", "false", facing + "1\n"},
              {"ro.boot.device.camera0=0;ro.config.device.camera0=2", "Rear", "true"},
              {"cameras=# none\n;ro.boot.device.camera0=1", "Rear", "true"},
-             {"ro.boot.device.camera0=-1", "Rear", "false"},
+             {"ro.boot.device.camera0=-1", "Rear", "false"}, {"", "Rear", "false"},
              {"ro.boot.device.camera0=  1", "Rear", "true"},
              {"ro.boot.device.camera0=yes;ro.config.device.camera0=1", "Rear", "true", rearStoi},
              {"ro.config.device.camera0=99999999999", "Rear", "false", rearStoi},

@@ -31,7 +31,6 @@
 #include <map>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "orvex/camera_service.h"
