@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <regex>
+#include <sstream>
 
 #include "TestSupport.h"
 
@@ -140,6 +142,20 @@ TEST(Orvexctl, ScanRunsTheTypicalScanEndToEnd) {
         "ILight setLight(8, color=0xffff0000)";
     EXPECT_EQ(Rows(doc, {"/ok", "/summary/keyEvents"}) + ", " + calls,
               "true 2, " + scan + ", " + scan);
+}
+
+// Documented exit status 2: nothing runs when the command line is wrong.
+TEST(Orvexctl, UsageErrorsExitWithTwo) {
+    for (const char* line : {"", "nosuchcommand", "--bogus modules", "--profile nosuch modules",
+                             "--profile default --root / modules", "--root /nonexistent info",
+                             "resolve", "modules extra", "scan --presses 0", "--profile"}) {
+        std::istringstream words(line);
+        const std::vector<std::string> args{std::istream_iterator<std::string>(words), {}};
+        EXPECT_EQ(
+            orvex::test::RunProcess(ORVEX_BUILD_DIR "/bin/orvexctl", "orvexctl", args, {}).exitCode,
+            2)
+            << line;
+    }
 }
 
 }  // namespace
