@@ -20,25 +20,21 @@
 
 enum PlatformModuleTag : int {};
 
-class IPlatformModule {
-public:
+struct IPlatformModule {
     virtual ~IPlatformModule() {}
 };
 
-class INamed : public IPlatformModule {
-public:
+struct INamed : IPlatformModule {
     virtual bool IsSupported() = 0;
     virtual char const* GetModuleName() = 0;
 };
 
-class ICallback {
-public:
+struct ICallback {
     virtual ~ICallback() {}
     virtual bool IsLEDAccessible() = 0;
 };
 
-class IFeedback : public INamed {
-public:
+struct IFeedback : INamed {
     virtual bool PrepareFeedbackForTrigger() = 0;
     virtual bool TriggerFeedback() = 0;
     virtual bool ResetFeedback() = 0;
@@ -53,8 +49,7 @@ public:
 };
 
 namespace odk {
-class ITriggerInfo {
-public:
+struct ITriggerInfo {
     virtual ~ITriggerInfo() {}
     virtual int GetScanCode() = 0;
     virtual const char* GetFriendlyName() = 0;
@@ -66,8 +61,7 @@ public:
     virtual void SetMultiScannerSupport(bool) = 0;
 };
 template <typename T>
-class List {
-public:
+struct List {
     virtual void push_back(const T&) = 0;
     virtual uint32_t size() const = 0;
     virtual bool empty() const = 0;
@@ -81,22 +75,19 @@ public:
 };
 }  // namespace odk
 
-class ITriggers : public INamed {
-public:
+struct ITriggers : INamed {
     virtual bool Init() = 0;
     virtual bool Deinit() = 0;
     virtual odk::List<odk::ITriggerInfo*>* GetTriggerInfo() = 0;
 };
 
-class ITriggerKeyEventWrapperCallBack {
-public:
+struct ITriggerKeyEventWrapperCallBack {
     virtual ~ITriggerKeyEventWrapperCallBack() {}
     virtual void OnKeyEvent(unsigned int, unsigned int) = 0;
     virtual void OnPreKeyEvent(unsigned int, unsigned int) = 0;
 };
 
-class IHWTrigger : public INamed {
-public:
+struct IHWTrigger : INamed {
     virtual bool Initialize(ITriggerKeyEventWrapperCallBack*) = 0;
     virtual bool AcquireHWTrigger() = 0;
     virtual bool ReleaseHWTrigger() = 0;
@@ -107,16 +98,14 @@ public:
     virtual bool ResetPressedTrigger() = 0;
 };
 
-class ISerialDataCallBack {
-public:
+struct ISerialDataCallBack {
     virtual ~ISerialDataCallBack() {}
     virtual void OnSerialDataReceived(const uint8_t*, size_t) = 0;
 };
 
 enum TransportIOControlCodes : int32_t {};
 
-class ISerialPort : public INamed {
-public:
+struct ISerialPort : INamed {
     virtual bool Initialize(ISerialDataCallBack*) = 0;
     virtual bool AcquireSerialInterface() = 0;
     virtual bool ReleaseSerialInterface() = 0;
@@ -133,52 +122,45 @@ public:
     virtual std::string FWReadPort() = 0;
 };
 
-class IPlugableHALCallBack {
-public:
+struct IPlugableHALCallBack {
     virtual ~IPlugableHALCallBack() {}
     virtual void OnPlugableDeviceChanged(bool, const std::string&, int) = 0;
 };
 
 enum ScannerType : int32_t {};
 
-class IPlugable : public INamed {
-public:
+struct IPlugable : INamed {
     virtual bool AcquirePlugableDeviceNotifier() = 0;
     virtual bool ReleasePlugableDeviceNotifier() = 0;
     virtual bool InitializeSSI(IPlugableHALCallBack*, ScannerType) = 0;
     virtual std::string GetPortName() = 0;
 };
 
-class IBatterySwap : public INamed {
-public:
+struct IBatterySwap : INamed {
     virtual bool Init() = 0;
     virtual bool EnterBatterySwap() = 0;
     virtual bool ExitBatterySwap() = 0;
 };
 
-class IHWInfo : public INamed {
-public:
+struct IHWInfo : INamed {
     virtual bool isDeviceFederalSku1() = 0;
     virtual bool isDeviceFederalSku2() = 0;
 };
 
-class ICamera : public INamed {
-public:
+struct ICamera : INamed {
     virtual bool Init() = 0;
     virtual bool DeInit() = 0;
     virtual int32_t GetCameraVendorTagID(std::string) = 0;
 };
 
-class IImagerControl {
-public:
+struct IImagerControl {
     virtual ~IImagerControl() {}
     virtual uint32_t sendCommand(unsigned char*, unsigned int, unsigned char*, unsigned int,
                                  unsigned int, unsigned int) = 0;
     virtual bool configureSettleCount(unsigned int) = 0;
 };
 
-class IImager : public IPlatformModule {
-public:
+struct IImager : IPlatformModule {
     virtual int8_t openImager() = 0;
     virtual int8_t closeImager() = 0;
     virtual IImagerControl* getImagerControlHIDLProxy() = 0;
@@ -208,8 +190,7 @@ struct Library {
     void (*destroy)(IPlatformModule*);
 };
 
-class Keys : public ITriggerKeyEventWrapperCallBack {
-public:
+struct Keys : ITriggerKeyEventWrapperCallBack {
     void OnKeyEvent(unsigned int a, unsigned int b) override {
         last = (a << 8) | b;
         ++count;
@@ -219,8 +200,7 @@ public:
     std::atomic<unsigned> last{0};
 };
 
-class Led : public ICallback {
-public:
+struct Led : ICallback {
     bool IsLEDAccessible() override { return true; }
 };
 
@@ -305,13 +285,11 @@ void Triggers(const Library& lib, void* device, int (*press)(void*, unsigned, un
     lib.destroy(trigger);
 }
 
-class SerialData : public ISerialDataCallBack {
-public:
+struct SerialData : ISerialDataCallBack {
     void OnSerialDataReceived(const uint8_t*, size_t) override {}
 };
 
-class Plugs : public IPlugableHALCallBack {
-public:
+struct Plugs : IPlugableHALCallBack {
     void OnPlugableDeviceChanged(bool, const std::string&, int) override {}
 };
 
