@@ -1,6 +1,6 @@
 // A caller of the device facts as the scanning service is one: it loads the platform library
 // with dlopen, reaches the exported classes through their exported functions and calls them
-// only through vtables declared here, on the caller's side, in the documented slot order. A
+// only through vtables declared here, on the caller's side, in the classes' slot order. A
 // slot out of place in the library shows up as a wrong answer here.
 //
 //   ORVEX_PLATFORM_LIB   the library to load
