@@ -66,8 +66,7 @@ class LogLevelEnvironment : public ::testing::Environment {
     }
 };
 
-::testing::Environment* const gEnvironment =
-    ::testing::AddGlobalTestEnvironment(new LogLevelEnvironment);
+auto* const gEnvironment = ::testing::AddGlobalTestEnvironment(new LogLevelEnvironment);
 
 }  // namespace
 
