@@ -4,32 +4,25 @@
 #include <gtest/gtest.h>
 #include <orvex/hidl_registry.h>
 #include <stdlib.h>
+#include <string.h>
 #include <unistd.h>
 
-#include <thread>
+#include <sstream>
 
 namespace soak {
 
 namespace {
 
-size_t CountEntries(const char* dir) {
-    size_t n = 0;
-    if (DIR* d = opendir(dir)) {
-        while (dirent* e = readdir(d)) n += e->d_name[0] != '.';
-        closedir(d);
-    }
-    return n;
-}
-
-// Open descriptors by number, with what each refers to; not the one reading the list.
-std::map<int, std::string> Descriptors() {
-    std::map<int, std::string> out;
-    DIR* d = opendir("/proc/self/fd");
+// The entries of `dir`, each with what it links to; not the descriptor reading the list.
+std::set<std::string> Entries(const char* dir) {
+    std::set<std::string> out;
+    DIR* d = opendir(dir);
     while (dirent* e = d ? readdir(d) : nullptr) {
+        const std::string path = std::string(dir) + "/" + e->d_name;
         char target[256] = {};
-        const std::string path = std::string("/proc/self/fd/") + e->d_name;
-        if (e->d_name[0] == '.' || atoi(e->d_name) == dirfd(d)) continue;
-        out[atoi(e->d_name)] = readlink(path.c_str(), target, sizeof target - 1) > 0 ? target : "?";
+        readlink(path.c_str(), target, sizeof target - 1);
+        if (e->d_name[0] != '.' && path != "/proc/self/fd/" + std::to_string(dirfd(d)))
+            out.insert(std::string(e->d_name) + " " + target);
     }
     if (d) closedir(d);
     return out;
@@ -37,33 +30,25 @@ std::map<int, std::string> Descriptors() {
 
 }  // namespace
 
-// opendir holds a descriptor of its own while it reads /proc/self/fd.
-size_t ThreadCount() { return CountEntries("/proc/self/task"); }
-size_t DescriptorCount() { return CountEntries("/proc/self/fd") - 1; }
+size_t ThreadCount() { return Entries("/proc/self/task").size(); }
+size_t DescriptorCount() { return Entries("/proc/self/fd").size(); }
 
 QuietLog::QuietLog() {
-    const char* sink = getenv("ORVEX_LOG");
-    had_ = sink != nullptr;
-    if (had_) previous_ = sink;
+    if (const char* sink = getenv("ORVEX_LOG")) previous_.reset(new std::string(sink));
     setenv("ORVEX_LOG", "off", 1);
     orvex::hostlog::ResetSink();
 }
 
 QuietLog::~QuietLog() {
-    if (had_) {
-        setenv("ORVEX_LOG", previous_.c_str(), 1);
-    } else {
-        unsetenv("ORVEX_LOG");
-    }
+    previous_ ? setenv("ORVEX_LOG", previous_->c_str(), 1) : unsetenv("ORVEX_LOG");
     orvex::hostlog::ResetSink();
 }
 
 Baseline::Baseline() {
     std::thread([] {}).join();
     threads_ = ThreadCount();
-    descriptors_ = Descriptors();
+    descriptors_ = Entries("/proc/self/fd");
     pool_ = orvex::hidl::RpcThreadCount();
-    started_ = std::chrono::steady_clock::now();
 }
 
 void Baseline::ExpectNothingLeft() const {
@@ -71,28 +56,28 @@ void Baseline::ExpectNothingLeft() const {
     EXPECT_LE(pool, 2u);
     EXPECT_EQ(threads_ + (pool - pool_), ThreadCount());
     std::vector<std::string> opened;
-    for (const auto& d : Descriptors()) {
-        const auto then = descriptors_.find(d.first);
-        if (then == descriptors_.end() || then->second != d.second) {
-            opened.push_back(std::to_string(d.first) + " " + d.second);
-        }
-    }
+    for (const std::string& d : Entries("/proc/self/fd"))
+        if (descriptors_.count(d) == 0) opened.push_back(d);
     EXPECT_EQ(std::vector<std::string>{}, opened);
 }
 
-int Baseline::Milliseconds() const {
-    return static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(
-                                std::chrono::steady_clock::now() - started_)
-                                .count());
-}
-
-void Report(std::initializer_list<std::pair<const char*, size_t>> figures) {
+void Baseline::End(std::initializer_list<std::pair<const char*, size_t>> figures) const {
+    ::testing::Test::RecordProperty("milliseconds", static_cast<int>(std::chrono::duration_cast<
+        std::chrono::milliseconds>(std::chrono::steady_clock::now() - started_).count()));
+    ExpectNothingLeft();
     for (const auto& f : figures) ::testing::Test::RecordProperty(f.first, static_cast<int>(f.second));
 }
 
 size_t Count(const std::vector<orvex::hostlog::Entry>& log, const std::string& message) {
     size_t n = 0;
     for (const auto& e : log) n += e.message == message;
+    return n;
+}
+
+size_t Count(const std::string& text, const std::string& line) {
+    std::istringstream in(text);
+    size_t n = 0;
+    for (std::string l; std::getline(in, l);) n += l == line;
     return n;
 }
 

@@ -3,13 +3,16 @@
 
 #include <stddef.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <initializer_list>
+#include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
+#include <set>
 #include <string>
-#include <utility>
+#include <thread>
 #include <vector>
 
 #include "orvex/log_capture.h"
@@ -26,12 +29,9 @@ class QuietLog {
   public:
     QuietLog();
     ~QuietLog();
-    QuietLog(const QuietLog&) = delete;
-    QuietLog& operator=(const QuietLog&) = delete;
 
   private:
-    bool had_;
-    std::string previous_;
+    std::unique_ptr<std::string> previous_;
 };
 
 // The process's threads and descriptors when made, after the helper thread some sanitizers
@@ -45,17 +45,15 @@ class Baseline {
     // and what they refer to, not counted, so that one an earlier soak left closing late does
     // not hide a new one or count as one.
     void ExpectNothingLeft() const;
-    int Milliseconds() const;
+    // Checks that nothing is left and reports `figures` and the time since, as properties of the
+    // test's report.
+    void End(std::initializer_list<std::pair<const char*, size_t>> figures) const;
 
   private:
-    size_t threads_;
-    size_t pool_;
-    std::map<int, std::string> descriptors_;
-    std::chrono::steady_clock::time_point started_;
+    size_t threads_, pool_;
+    std::set<std::string> descriptors_;
+    std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
 };
-
-// The test's figures, as properties in its report.
-void Report(std::initializer_list<std::pair<const char*, size_t>> figures);
 
 // A value that threads change under a lock while others wait for a condition on it: Read runs
 // `f` on the value under the lock and returns what it returns, Change does so and then wakes
@@ -86,7 +84,8 @@ class Watched {
     T mValue{};  // GUARDED_BY(mLock)
 };
 
-// Records of `log` whose message is `message`.
+// Records of `log` whose message is `message`; lines of `text` that are `line`.
 size_t Count(const std::vector<orvex::hostlog::Entry>& log, const std::string& message);
+size_t Count(const std::string& text, const std::string& line);
 
 }  // namespace soak
