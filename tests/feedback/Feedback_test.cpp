@@ -163,7 +163,6 @@ TEST_F(HWBeepTest, PreparationFollowsTheParametersAndTheVolumes) {
         {"frequency=2500,duration=90,volume=3", 7, 0, 7, 15, 2500, 90, 7},
         // clang-format on
     };
-    const std::string prepare = "[HWBEEP<T>::PrepareFeedbackForTrigger] ";
     for (const Case& c : cases) {
         SCOPED_TRACE(c.params);
         SetScannerBeepVolume(c.scannerVolume);
@@ -180,7 +179,8 @@ TEST_F(HWBeepTest, PreparationFollowsTheParametersAndTheVolumes) {
         }
         lines.push_back(Debug("[HWBeep<T>::PrepareFeedbackForTrigger ] +"));
         if (c.frequency != -1)
-            lines.push_back(Debug(prepare + "i_Volume= " + std::to_string(c.volume)));
+            lines.push_back(Debug("[HWBEEP<T>::PrepareFeedbackForTrigger] i_Volume= " +
+                                  std::to_string(c.volume)));
         EXPECT_EQ(c.frequency == -1 ? Calls{} : Calls{Config(c.frequency, c.duration, c.volume)},
                   beep_->Calls());
         EXPECT_EQ(c.stream == 0 ? Asked{} : Queries(c.stream), audio_->Transactions());
@@ -217,7 +217,8 @@ TEST_F(HWBeepTest, TriggerRestartsOnceWhenTheServiceRefuses) {
 }
 
 // The connection is shared by every beep module and dropped by a probe, a failure or a
-// module's destruction (the service's deaths are the service-death table's).
+// module's destruction; a missing service is fetched again (its deaths are the service-death
+// table's).
 TEST_F(HWBeepTest, SharedConnectionIsProbedDroppedAndFetchedAgain) {
     auto held = [](bool held) {
         return HWBeepHal::b_HWbeepInit == held &&
@@ -235,8 +236,13 @@ TEST_F(HWBeepTest, SharedConnectionIsProbedDroppedAndFetchedAgain) {
     HWBeep<ANDROID_VERSION_10> second;  // sharing the connection
     module_.reset();
     EXPECT_TRUE(held(false));
-    EXPECT_EQ(Lines{Error("[HWBEEP::InitializeFeedback] HWBEEP IS NOT SUPPORTED..")},
+    Beep::Remove();
+    Steps(second, "I0");
+    EXPECT_EQ((Lines{Error("[HWBEEP::InitializeFeedback] HWBEEP IS NOT SUPPORTED.."),
+                     Error("[HWBeep::HWBeep()] Unable to get IHardwareBeepConfigs interface."),
+                     Error("[HWBeep::InitializeFeedback] initialization failed")}),
               OwnLines(log));
+    beep_ = Beep::Register();
     Steps(second, "I1");
     // An empty fetch is not repeated until the state is cleared.
     HWBeepHal::b_HWbeepInit = true;
@@ -388,11 +394,14 @@ TEST_F(LEDTest, LightIsTheHidlOneOrTheAidlScanLedOrNone) {
         EXPECT_TRUE(LightHal::b_LightInit && (!c.hidl || hidl->Calls() == HidlCalls{Hidl('R')}));
     }
 
-    // Without either service both are tried again each time (the lines are the service-death
-    // table's).
+    // Without either service both are tried again each time.
     NewModule();
     FakeHidlLight::Remove();
+    ScopedCapture log;
     Steps(*module_, "S0,I0");
+    EXPECT_EQ((Lines{kUnable, kUnable, kUnable, kUnable,
+                     Error("[LEDNotification::InitializeFeedback] initialization failed")}),
+              OwnLines(log));
     EXPECT_FALSE(LightHal::b_LightInit);
     sp<FakeAidlLights> lights = FakeAidlLights::Register(FakeAidlLights::DefaultLights());
     // A probe leaves no light object; "datacapture_led_id" connects again, whatever its value.
@@ -404,19 +413,8 @@ TEST_F(LEDTest, LightIsTheHidlOneOrTheAidlScanLedOrNone) {
     EXPECT_TRUE(lights->Calls().empty());
 }
 
-// An unknown timer is reported and still resets (the timer's own changes are the scans': a new
-// value, 0 and -1 each show in the colours); the other answers are fixed.
-TEST_F(LEDTest, AnUnknownTimerStillResetsAndTheOtherAnswersAreFixed) {
-    sp<FakeHidlLight> light = FakeHidlLight::Register();
-    Steps(*module_, "I1");
-    TimerProvider* timer = TimerProvider::CreateNewTimer(1000, &LEDProbe::OnTimer, module_.get());
-    ScopedCapture log;
-    LEDProbe::OnTimer(timer);
-    TimerProvider::DestroyTimer(timer);
-    EXPECT_EQ(HidlCalls{Hidl('O')}, light->Calls());
-    EXPECT_EQ(
-        Error("[LEDNotification<T>::OnTimer] Unknown timer triggered on LEDNotification Module"),
-        OwnLines(log).at(0));
+// The timer's own changes are the scans' (a new value, 0 and -1 each show in the colours).
+TEST_F(LEDTest, ConvertToargbAndTheOtherAnswersAreFixed) {
     EXPECT_TRUE(module_->ReinitializeFeedback() && module_->ReadSubmit());
     EXPECT_FALSE(module_->CheckExternalHeadset() || module_->GetParameter("volume") != nullptr);
     EXPECT_EQ(0x01020304u, module_->ConvertToargb(1, 2, 3, 4));
