@@ -13,13 +13,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <chrono>
-#include <memory>
-#include <string>
-#include <thread>
-#include <vector>
-
 #include "../soak/SoakSupport.h"
 #include "TestSupport.h"
 
@@ -38,11 +31,7 @@ constexpr const char* kOwnRootVariable = "ORVEX_TIMER_TEST_ROOT";
 // The timers of a test have it as their context, and their callbacks record what they saw.
 class TimerProviderTest : public ::testing::Test {
   protected:
-    struct Firing {
-        TimerProvider* timer;
-        Clock::time_point at;
-        std::thread::id thread;
-    };
+    struct Firing { TimerProvider* timer; Clock::time_point at; std::thread::id thread; };
 
     void SetUp() override { TimerProvider::Initialize(); }
     void TearDown() override { TimerProvider::DeInitialize(); }
@@ -54,16 +43,12 @@ class TimerProviderTest : public ::testing::Test {
         });
         if (auto then = test->then.load()) then(timer);
     }
-    TimerProvider* Create(int intervalMs) {
-        return TimerProvider::CreateNewTimer(intervalMs, OnTimer, this);
-    }
+    TimerProvider* Create(int ms) { return TimerProvider::CreateNewTimer(ms, OnTimer, this); }
     // Waits until `count` firings were recorded; false on time-out.
     bool WaitFor(size_t count) {
         return firings.WaitFor([&](std::vector<Firing>& f) { return f.size() >= count; });
     }
-    std::vector<Firing> Firings() {
-        return firings.Read([](std::vector<Firing>& f) { return f; });
-    }
+    std::vector<Firing> Firings() { return firings.Read([](std::vector<Firing>& f) { return f; }); }
 
     soak::Watched<std::vector<Firing>> firings;
     std::atomic<void (*)(TimerProvider*)> then{nullptr};  // runs after each firing is recorded
@@ -88,9 +73,8 @@ TEST_F(TimerProviderTest, OneShotsFireInDeadlineOrderOnTheCallbackThreadAndStopD
 
     ASSERT_TRUE(WaitFor(4));
     std::vector<Firing> firings = Firings();
-    EXPECT_EQ((std::vector<TimerProvider*>{early, restarted, witness, late}),
-              (std::vector<TimerProvider*>{firings[0].timer, firings[1].timer, firings[2].timer,
-                                           firings[3].timer}));
+    const TimerProvider* order[] = {early, restarted, witness, late};
+    for (size_t i = 0; i < 4; ++i) EXPECT_EQ(order[i], firings[i].timer) << "firing " << i;
     EXPECT_NE(std::this_thread::get_id(), firings[2].thread);
     EXPECT_GE(firings[2].at - started, milliseconds(1240));
     EXPECT_FALSE(witness->IsStarted());
@@ -106,35 +90,30 @@ void SendRaw(uint32_t kind, const void* timer) {
     ASSERT_EQ(16, write(TimerProvider::ms_EpollWriteFd, message, sizeof message));
 }
 
-TEST_F(TimerProviderTest, LateNewsIsIgnoredAndExpiryLeavesTheWaitLockSignalledForARestart) {
+TEST_F(TimerProviderTest, LateNewsIgnoredRestartAfterExpiryArmsAndTheEndDestroysTheRest) {
+    testing::internal::CaptureStdout();
     int stranger = 0;
     SendRaw(4, &stranger);  // callback returned, of timers the service does not know
     SendRaw(4, nullptr);
+    TimerProvider::DestroyTimer(nullptr);
+    Create(100000);
+    Create(100000)->Start();
+    TimerProvider::DestroyTimer(Create(100000));
     TimerProvider* timer = Create(10);
     timer->Start();
     ASSERT_TRUE(WaitFor(1));
     // The expiry stopped the timer and signalled; nobody waited. The next Start takes that
     // signal and returns at once, and the timer is armed all the same.
     EXPECT_TRUE(timer->p_WaitLock->IsSignalled());
-    timer->Start();
-    ASSERT_TRUE(WaitFor(2));
-}
-
-TEST_F(TimerProviderTest, DestroyFromItsOwnCallbackWaitsAndEndingTheServiceDestroysTheRest) {
-    testing::internal::CaptureStdout();
-    TimerProvider::DestroyTimer(nullptr);
-    Create(100000);
-    Create(100000)->Start();
-    TimerProvider::DestroyTimer(Create(100000));
-    then = [](TimerProvider* t) {
+    then = [](TimerProvider* t) {  // destroyed from its own callback: waits
         TimerProvider::DestroyTimer(t);
         // Give the timer thread time to act on the request; the timer must still be whole.
         std::this_thread::sleep_for(milliseconds(100));
         EXPECT_NE(nullptr, t->p_Context);
         EXPECT_EQ(10, t->n_IntervalMs);
     };
-    Create(10)->Start();
-    ASSERT_TRUE(WaitFor(1));
+    timer->Start();
+    ASSERT_TRUE(WaitFor(2));
     TimerProvider::DeInitialize();
     EXPECT_EQ("Destroying timer\nDestroying timer\nDestroying timer\nDestroying timer\n",
               testing::internal::GetCapturedStdout());
@@ -151,11 +130,7 @@ TimerProvider* NewTimer() {
 
 TEST(TimerProviderDeathTest, RequestTheServiceCannotHonourEndsTheProcess) {
     static int stranger;  // an address the service never saw
-    const struct {
-        void (*body)();
-        const char* description;
-        int line;
-    } cases[] = {
+    const struct { void (*body)(); const char* description; int line; } cases[] = {
         {[] { SendRaw(6, NewTimer()); },
          "[TimerProvider::ThreadProc] Unknown message sent to Timer thread 6", 469},
         {[] { SendRaw(0, &stranger); },
@@ -181,21 +156,12 @@ TEST(TimerProviderDeathTest, RequestTheServiceCannotHonourEndsTheProcess) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.description);
-        EXPECT_DEATH(
-            {
-                TimerProvider::Initialize();
-                c.body();
-                sleep(30);
-            },
-            AssertionRegex(c.description, kSource, c.line));
+        EXPECT_DEATH((TimerProvider::Initialize(), c.body(), sleep(30)),
+                     AssertionRegex(c.description, kSource, c.line));
     }
     const std::string pipe =
         std::string(getenv("ORVEX_DEVICE_ROOT")) + "/data/local/tmp/sctimerfifo";
-    EXPECT_DEATH(
-        {
-            unlink(pipe.c_str());
-            NewTimer();
-        },
+    EXPECT_DEATH((unlink(pipe.c_str()), NewTimer()),
         orvex::test::LiteralRegex(
             " E ScannerFramework: [TimerProvider::InitializeModule] open errno: 2\n") +
             ".*" +
