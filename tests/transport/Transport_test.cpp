@@ -215,12 +215,12 @@ const Scenario kScenarios[] = {
     {"SerialReleasedCallbackHearsNothing", "[SerialPort<T>::",
      "start; s.init; s.acq; s.rel=1; s.rx(5A)=1; heard=; s.init; s.acq=1; selfrelease(s)=11; "
      "heard=5A; s.rx(5A)=1; heard=; s.init; s.acq=1; s.delete; s.rx(5A)=1; heard="},
-    // Each module alone under its tag and supported without a service; only the notifier logs its
-    // life. The notifier's calls reach the service in order, and connection changes reach the
-    // caller unchanged.
+    // The battery and camera modules are supported without a service (the tool's listing pins the
+    // notifier and the port); only the notifier logs its life. The notifier's calls reach the
+    // service in order, and connection changes reach the caller unchanged.
     {"PlugableSequenceReachesTheServiceAndChangesTheCaller", "[PlugableDeviceNotifier<T>::",
-     "modules=1SerialPort1 1PlugableDeviceNotifier1 1BatterySwapModule1 1CameraModule1 ; "
-     "log=D $PlugableDeviceNotifier()] ctor|D $PlugableDeviceNotifier()] dtor; start; p.acq=1; "
+     "supported=1; p.delete; p.new; log=D $PlugableDeviceNotifier()] dtor|"
+     "D $PlugableDeviceNotifier()] ctor; start; p.acq=1; "
      "p.reg=1; p.name(1,/dev/ttyUSB1)=/dev/ttyUSB1; p.raise(1,/dev/ttyACM0,2)=1; "
      "p.raise(0,port with spaces,-128)=1; log=D $associatePlugableDeviceNotifier] Acquired "
      "PlugableDeviceNotifier interface.|D $AcquirePlugableDeviceNotifierInterface] success|"
@@ -337,8 +337,7 @@ class TransportScript : public ::testing::TestWithParam<Scenario> {
                 m.SetCameraVendorTagProvider(mProvider = new FakeCameraVendorTagProvider);
         });
         mPort = Create<ISerialPortModule>(PLATFORM_MODULE_SERIAL_PORT, "SerialPort");
-        mPlug = Create<IPlugableDeviceModule>(PLATFORM_MODULE_PLUGABLE_DEVICE,
-                                              "PlugableDeviceNotifier");
+        mPlug = NewPlug();
         mBattery = Create<BatterySwapModule<kV>>(PLATFORM_MODULE_BATTERY_SWAP, "BatterySwapModule");
         mCamera = Create<CameraModule<kV>>(PLATFORM_MODULE_CAMERA, "CameraModule");
         ASSERT_TRUE(mPort && mPlug && mBattery && mCamera);
@@ -349,22 +348,25 @@ class TransportScript : public ::testing::TestWithParam<Scenario> {
             OP("start", (mSim.Start(), "")), OP("kill", (mSim.Kill(), "")),
             OP("restart", (mSim.Restart(), "")), OP("remove", (mSim.Remove(), "")),
             OP("parts", (mParts = std::set<std::string>(a.begin(), a.end()), "")),
-            OP("log", TakeLog()), OP("heard", mRec.Take()), OP("modules", Modules()),
-            OP("caller", RunCaller(a[0])), OP("m.calls", Calls(mSim.manager()->calls(), a)),
+            OP("log", TakeLog()), OP("heard", mRec.Take()), OP("caller", RunCaller(a[0])),
+            OP("supported", mBattery->IsSupported() && mCamera->IsSupported()),
+            OP("m.calls", Calls(mSim.manager()->calls(), a)),
             OP("selfrelease", ReleaseInside(a[0] == "s")),
             // The serial port's transport, then its firmware-update port.
             OP("s.init", mPort->Initialize(&mRec)), OP("s.acq", mPort->AcquireSerialInterface()),
             OP("s.rel", mPort->ReleaseSerialInterface()), OP("s.delete", (mPort.reset(), "")),
             OP("s.start", mPort->StartTransport("/dev/ttyHS1", 115200, true)),
-            OP("s.answers", (mSerial->SetAnswers({U8(a[0]), U8(a[1]), U8(a[2]), U8(a[3]),
-                                                  U8(a[4])}), "")),
+            OP("s.answers",
+               (mSerial->SetAnswers({U8(a[0]), U8(a[1]), U8(a[2]), U8(a[3]), U8(a[4])}),
+                "")),
             OP("s.ioctl", mPort->IoControl(static_cast<TransportIOControlCodes>(5), -7)),
             OP("s.write", mPort->ProcessRequest(mRequest, a.empty() ? 3 : std::stoul(a[0]))),
             OP("s.rx", mSerial->Receive(Bytes(a[0]))), OP("s.calls", Calls(mSerial->calls(), a)),
-            OP("s.stop", mPort->StopTransport()), OP("fw.poll", mPort->FWPoll()),
-            OP("fw.acq", mPort->AcquireFWSerialInterface()),
+            OP("s.stop", mPort->StopTransport()),
+            OP("fw.acq", mPort->AcquireFWSerialInterface()), OP("fw.poll", mPort->FWPoll()),
+            OP("fw.answers", SetFirmwareAnswers(a)),
             OP("fw.open", mPort->FWOpenSerialPort("/dev/ttyHS0")),
-            OP("fw.close", mPort->FWCloseSerialPort()), OP("fw.answers", SetFirmwareAnswers(a)),
+            OP("fw.close", mPort->FWCloseSerialPort()),
             OP("fw.ioctl", mPort->FWIoCtl(-1, 0x7FFFFFFF, 255)),
             OP("fw.write", mPort->FWWritePort(a.empty() ? 4 : Int(a[0]),
                                               a.empty() || a[0] != "0" ? mBlock : nullptr)),
@@ -373,15 +375,15 @@ class TransportScript : public ::testing::TestWithParam<Scenario> {
             // The pluggable device notifier.
             OP("p.acq", mPlug->AcquirePlugableDeviceNotifier()),
             OP("p.rel", mPlug->ReleasePlugableDeviceNotifier()),
-            OP("p.delete", (mPlug.reset(), "")), OP("p.calls", Calls(mNotifier->calls(), a)),
+            OP("p.delete", (mPlug.reset(), "")), OP("p.new", (mPlug = NewPlug(), "")),
+            OP("p.calls", Calls(mNotifier->calls(), a)),
             OP("p.reg", mPlug->InitializeSSI(&mRec, ScannerType(a.empty() ? 2 : Int(a[0])))),
             OP("p.regnull", mPlug->InitializeSSI(nullptr, ScannerType(Int(a[0])))),
             OP("p.result", (mNotifier->SetRegisterResult(Int(a[0])), "")),
             OP("p.name", (a.empty() ? void() : mNotifier->SetPortName(Int(a[0]), a[1]),
                           mPlug->GetPortName())),
-            OP("p.raise", a.empty()
-                ? mNotifier->RaiseConnectionChanged(true, "/dev/ttyUSB0", 2)
-                : mNotifier->RaiseConnectionChanged(a[0] == "1", a[1], Int(a[2]))),
+            OP("p.raise", a.empty() ? mNotifier->RaiseConnectionChanged(true, "/dev/ttyUSB0", 2)
+                          : mNotifier->RaiseConnectionChanged(a[0] == "1", a[1], Int(a[2]))),
             // The battery swap and camera vendor tag modules.
             OP("b.init", mBattery->Init()), OP("b.enter", mBattery->EnterBatterySwap()),
             OP("b.exit", mBattery->ExitBatterySwap()), OP("b.inswap", mHandler->InBatterySwap()),
@@ -398,22 +400,11 @@ class TransportScript : public ::testing::TestWithParam<Scenario> {
         // clang-format on
     }
 
-    bool Has(const char* part) const { return mParts.count(part) > 0; }
-
-    // Each module made anew by tag and name: whether supported, its name, the count of its tag.
-    std::string Modules() {
-        std::string text;
-        for (auto [tag, name] :
-             {std::pair(PLATFORM_MODULE_SERIAL_PORT, "SerialPort"),
-              std::pair(PLATFORM_MODULE_PLUGABLE_DEVICE, "PlugableDeviceNotifier"),
-              std::pair(PLATFORM_MODULE_BATTERY_SWAP, "BatterySwapModule"),
-              std::pair(PLATFORM_MODULE_CAMERA, "CameraModule")}) {
-            auto m = Create<ISupportedPlatformModule>(tag, name);
-            text += Text(m->IsSupported()) + m->GetModuleName() +
-                    Text(ComponentIndex::Instance()->GetNumberOfFeedbackModules(tag)) + " ";
-        }
-        return text;
+    static std::unique_ptr<IPlugableDeviceModule> NewPlug() {
+        return Create<IPlugableDeviceModule>(PLATFORM_MODULE_PLUGABLE_DEVICE,
+                                             "PlugableDeviceNotifier");
     }
+    bool Has(const char* part) const { return mParts.count(part) > 0; }
 
     // The caller program in a fresh process that loads the library: what it printed, then the
     // framework's lines that start with the scenario's prefix.
