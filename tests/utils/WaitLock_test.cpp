@@ -8,7 +8,6 @@
 #include <errno.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
-#include <stdio.h>
 #include <string.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -82,10 +81,7 @@ constexpr auto kTimeout = std::chrono::seconds(10);
 // in order, the mutex destroyed first), and what WaitLock logs when that call fails: the rest
 // still runs.
 TEST(WaitLock, EachSetUpCallInOrderAndEachFailureLoggedWhileTheRestStillRuns) {
-    const struct {
-        const char* call;
-        const char* message;
-    } calls[] = {
+    const struct { const char* call; const char* message; } calls[] = {
         {"pthread_mutexattr_init", "[Wait lock] Unable to Iinitialize mutex attribute"},
         {"pthread_mutexattr_setpshared private prepared",
          "[Wait lock] Unable to set privacy for mutex attribute"},
@@ -102,16 +98,13 @@ TEST(WaitLock, EachSetUpCallInOrderAndEachFailureLoggedWhileTheRestStillRuns) {
     };
     std::vector<std::string> sequence;
     for (const auto& c : calls) sequence.push_back(c.call);
+    const std::string err = ", Error(" + std::to_string(EAGAIN) + ") - " + strerror(EAGAIN) + "\n";
     for (int failing = -1; failing < 10; ++failing) {
         t_failing = failing < 0 ? "" : sequence[failing].substr(0, sequence[failing].find(' '));
         SCOPED_TRACE("failing: " + t_failing);
         std::vector<orvex::hostlog::Entry> expected;
-        if (failing >= 0) {
-            char message[256];
-            snprintf(message, sizeof message, "%s, Error(%d) - %s\n", calls[failing].message,
-                     EAGAIN, strerror(EAGAIN));
-            expected.push_back({6, "ScannerFramework", message});
-        }
+        if (failing >= 0)
+            expected.push_back({6, "ScannerFramework", calls[failing].message + err});
         orvex::hostlog::ScopedCapture capture;
         t_calls.clear();
         t_lastAttr = nullptr;
@@ -130,24 +123,19 @@ class Waiter {
     explicit Waiter(WaitLock& lock) : lock_(lock) {}
     ~Waiter() {
         while (!Returned(milliseconds(10))) lock_.Signal();
-        thread_.join();
     }
-    bool Returned(milliseconds within) {
-        return done_.wait_for(within) == std::future_status::ready;
-    }
+    bool Returned(milliseconds t) { return done_.wait_for(t) == std::future_status::ready; }
     // Asleep in the kernel (state 'S', as when blocked on a futex) and not returned: polled
     // instead of sleeping and hoping.
     bool Blocked() {
         const std::string path = "/proc/self/task/" + std::to_string(tid_.get()) + "/stat";
         for (auto end = std::chrono::steady_clock::now() + kTimeout;
              std::chrono::steady_clock::now() < end; std::this_thread::sleep_for(milliseconds(1))) {
-            std::ifstream in(path);
             std::string stat;
-            std::getline(in, stat);
+            std::getline(std::ifstream(path), stat);
             const size_t close = stat.rfind(')');  // "tid (comm) S ...": the state follows ')'
-            if (close != std::string::npos && close + 2 < stat.size() && stat[close + 2] == 'S') {
+            if (close != std::string::npos && close + 2 < stat.size() && stat[close + 2] == 'S')
                 return !Returned(milliseconds(50));
-            }
         }
         return false;
     }
@@ -155,14 +143,11 @@ class Waiter {
   private:
     WaitLock& lock_;
     std::promise<pid_t> tidSet_;
-    std::promise<void> doneSet_;
     std::shared_future<pid_t> tid_ = tidSet_.get_future().share();
-    std::future<void> done_ = doneSet_.get_future();
-    std::thread thread_{[this] {
+    std::future<void> done_ = std::async(std::launch::async, [this] {  // its end joins
         tidSet_.set_value(static_cast<pid_t>(syscall(SYS_gettid)));
         lock_.Wait();
-        doneSet_.set_value();
-    }};
+    });
 };
 
 TEST(WaitLock, SignalIsRememberedOnceResetForgetsItAndOneSignalEndsEveryWait) {
@@ -192,17 +177,13 @@ TEST(WaitLock, SignalIsRememberedOnceResetForgetsItAndOneSignalEndsEveryWait) {
     EXPECT_FALSE(lock.IsSignalled());
 }
 
-struct Item {
-    int producer;
-    int sequence;
-};
+struct Item { int producer, sequence; };
 
 // Counts releases and frees nothing, so that queues may hold items that live on the stack.
 struct CountingDeAllocator {
-    static int released;
+    static inline int released = 0;
     static void DeAllocate(Item*) { ++released; }
 };
-int CountingDeAllocator::released = 0;
 
 using CountingQueue = Utils::TransferQueue<Item, CountingDeAllocator>;
 
