@@ -6,7 +6,6 @@
 //
 //   triggers_caller [OPTION] CMD...
 //     --engine ID      the imager reports engine identifier ID (default "31")
-//     --no-imager      the hardware manager has no imager
 //     --no-manager     no hardware manager at all
 //   commands:
 //     abstract         obtain the module with GetAbstractedPlatformModule (default: by name);
@@ -48,25 +47,17 @@ struct CallerTrigger : public odk::ITriggerInfo {
 };
 
 int main(int argc, char** argv) {
-    std::string engineId = "31";
+    orvex::sim::FakeImager::Answers answers;  // engine identifier "31" unless told
     bool manager = true;
-    bool imager = true;
     int i = 1;
     for (; i < argc && argv[i][0] == '-'; ++i) {
-        std::string option = argv[i];
-        if (option == "--engine" && i + 1 < argc) {
-            engineId = argv[++i];
-        } else {
-            imager = imager && option != "--no-imager";
-            manager = manager && option != "--no-manager";
-        }
+        const std::string option = argv[i];
+        if (option == "--engine" && i + 1 < argc) answers.engineId = argv[++i];
+        manager = manager && option != "--no-manager";
     }
     orvex::sim::HardwareManagerSim sim(false);
     sim.AddBuilder([&](orvex::sim::FakeDCHWManager& dchw) {
-        if (!imager) return;
         android::sp<orvex::sim::FakeImager> fake = new orvex::sim::FakeImager;
-        orvex::sim::FakeImager::Answers answers;
-        answers.engineId = engineId;
         fake->SetAnswers(answers);
         dchw.SetImager(fake);
     });
@@ -83,10 +74,8 @@ int main(int argc, char** argv) {
     ITriggersModule* module = nullptr;
     if (i < argc && std::string(argv[i]) == "abstract") {
         module = static_cast<ITriggersModule*>(abstracted(PLATFORM_MODULE_TRIGGERS));
-        if (module != nullptr) {
-            printf("%s %s\n", module->GetModuleName(),
-                   module->IsSupported() ? "supported" : "unsupported");
-        }
+        printf("%s %s\n", module->GetModuleName(),
+               module->IsSupported() ? "supported" : "unsupported");
         ++i;
     } else {
         module = static_cast<ITriggersModule*>(create(PLATFORM_MODULE_TRIGGERS, "Triggers"));
