@@ -33,8 +33,6 @@ using orvex::sim::HardwareManagerSim;
 // once and from inside callbacks. Each timer follows one of a few life stories whose callback
 // count is known; at the end every timer was destroyed exactly once ("Destroying timer" once per
 // timer), and the service leaves no thread or descriptor behind (leaks are ASan's part).
-namespace timers {
-
 // The stories, with their callbacks: started with a far deadline, stopped, destroyed (0);
 // fires, its creator waits for that and destroys it (1); fires, its callback destroys it (1);
 // its callback starts it again twice, then destroys it (3); its callback creates and starts a
@@ -43,14 +41,10 @@ namespace timers {
 enum Story { kStoppedBeforeItFires, kOwnerDestroysAfterOne, kDestroysItself, kRestartsTwice,
              kSpawnsAChild, kStopRacesExpiry, kNeverStarted, kStories };
 // The callbacks each story promises: least and most for the timer, and for its child.
-const struct {
-    int least, most, child;
-} kPromised[kStories] = {{0, 0, 0}, {1, 1, 0}, {1, 1, 0}, {3, 3, 0}, {1, 1, 1}, {0, 1, 0}, {0, 0, 0}};
+const struct { int least, most, child; } kPromised[kStories] = {
+    {0, 0, 0}, {1, 1, 0}, {1, 1, 0}, {3, 3, 0}, {1, 1, 1}, {0, 1, 0}, {0, 0, 0}};
 
-struct Record {
-    Story story;
-    std::atomic<int> callbacks{0}, childCallbacks{0};
-};
+struct Record { Story story; std::atomic<int> callbacks{0}, childCallbacks{0}; };
 
 // Shared with the callbacks, which run on the service's callback thread: changed at each one.
 soak::Watched<int> gFired;
@@ -71,11 +65,10 @@ void OnTimer(TimerProvider* timer) {
         gChildren++;
         TimerProvider::CreateNewTimer(1, OnChild, record)->Start();
     }
-    if (record->story == kRestartsTwice && n < 3) {
+    if (record->story == kRestartsTwice && n < 3)
         timer->Start();
-    } else if (CallbackDestroys(record->story)) {
+    else if (CallbackDestroys(record->story))
         TimerProvider::DestroyTimer(timer);
-    }
     gFired.Change([](int&) {});
 }
 
@@ -86,11 +79,10 @@ void RunCaller(Record* first, Record* last) {
         TimerProvider* timer = TimerProvider::CreateNewTimer(ms, OnTimer, r);
         if (r->story != kNeverStarted) timer->Start();
         if (CallbackDestroys(r->story)) continue;
-        if (r->story == kOwnerDestroysAfterOne) {
+        if (r->story == kOwnerDestroysAfterOne)
             gFired.WaitFor([&](int) { return r->callbacks.load() > 0; });
-        } else if (r->story != kNeverStarted) {
+        else if (r->story != kNeverStarted)
             timer->Stop();
-        }
         TimerProvider::DestroyTimer(timer);
     }
 }
@@ -137,22 +129,17 @@ TEST(TimerProviderSoak, TenThousandTimersFromFourThreadsAndFromCallbacksEachCall
     baseline.End({{"timers", kTimers + gChildren}, {"stops_that_lost_the_race", racedThrough}});
 }
 
-}  // namespace timers
 
 // The hardware trigger through 1000 deaths of the hardware manager, each while keys are being
 // pressed: after every reconnection key events flow again, no event is delivered twice, every
 // death is handled once, and at the end the module has left no thread and no descriptor.
-namespace trigger {
-
 // Keys carry (round, key within the round) and are counted by key; the callback runs on the
 // module's reader thread.
 class CountingCallback : public ITriggerKeyEventWrapperCallBack {
   public:
     void OnKeyEvent(unsigned int round, unsigned int key) override { Add(round, key); }
     void OnPreKeyEvent(unsigned int round, unsigned int key) override { Add(round, key); }
-    void Add(unsigned int round, unsigned int key) {
-        seen.Change([&](Keys& keys) { ++keys[{round, key}]; });
-    }
+    void Add(unsigned round, unsigned key) { seen.Change([&](Keys& k) { ++k[{round, key}]; }); }
     bool WaitFor(unsigned int round, unsigned int key) {
         return seen.WaitFor([&](Keys& keys) { return keys.count({round, key}) != 0; });
     }
@@ -192,10 +179,7 @@ TEST(HWTriggerSoak, AThousandServiceDeathsWhileKeysArePressed) {
     EXPECT_TRUE(module.ReleaseHWTrigger());
     size_t delivered = 0, repeated = 0;
     callback.seen.Read([&](CountingCallback::Keys& keys) {
-        for (const auto& key : keys) {
-            delivered += key.second;
-            repeated += key.second > 1;
-        }
+        for (const auto& key : keys) delivered += key.second, repeated += key.second > 1;
     });
     EXPECT_EQ(0u, repeated) << "keys delivered more than once";
     const std::vector<orvex::hostlog::Entry> entries = log.WithTag("ScannerFramework");
@@ -205,15 +189,12 @@ TEST(HWTriggerSoak, AThousandServiceDeathsWhileKeysArePressed) {
     baseline.End({{"deaths", kDeaths}, {"keys_delivered", delivered}});  // reader, writer gone
 }
 
-}  // namespace trigger
 
 // Serial data and pluggable-device changes flooding in from three service threads while the
 // caller releases and acquires the module 400 times, destroying its callback right after every
 // release: nothing reaches a callback once its release has returned, everything the service sent
 // while the module was held arrives exactly once, and at the end the module has left no thread
 // and no descriptor behind.
-namespace flood {
-
 constexpr unsigned kCycles = 400, kFloodThreads = 3;
 // Deliveries each cycle waits for before it releases, so that every cycle sees the flood.
 constexpr size_t kDeliveriesPerCycle = 20;
@@ -234,8 +215,7 @@ struct Ledger {
         malformed += !ok;
         seen.Change([&](Deliveries& d) {
             if (!ok) return;
-            ++d.byId[id].first;
-            d.byId[id].second = cycle;
+            d.byId[id] = {d.byId[id].first + 1, cycle};
             ++d.perCycle[cycle];
         });
     }
@@ -279,6 +259,7 @@ class FloodCallback : public ISerialDataCallBack, public IPlugableHALCallBack {
 void Soak(const std::function<bool(uint64_t)>& send,
           const std::function<void(FloodCallback*)>& acquire,
           const std::function<void()>& release) {
+    soak::QuietLog quiet;
     Ledger ledger;
     android::hardware::configureRpcThreadpool(2, false);
     soak::Baseline baseline;
@@ -289,16 +270,14 @@ void Soak(const std::function<bool(uint64_t)>& send,
     std::vector<size_t> sent(kFloodThreads);
     std::atomic<bool> stop{false};
     std::vector<std::thread> flood;
-    for (unsigned t = 0; t < kFloodThreads; ++t) {
+    for (unsigned t = 0; t < kFloodThreads; ++t)
         flood.emplace_back([&, t] {
             for (uint64_t id = static_cast<uint64_t>(t) << 32; !stop.load(); ++id, ++sent[t]) {
                 const uint64_t before = ledger.state.load();
-                if (send(id) && before % 2 == 1 && ledger.state.load() == before) {
+                if (send(id) && before % 2 == 1 && ledger.state.load() == before)
                     owed[t].emplace_back(id, static_cast<unsigned>(before / 2));
-                }
             }
         });
-    }
     [&] {
         std::unique_ptr<FloodCallback> callback;
         for (unsigned cycle = 1; cycle <= kCycles; ++cycle) {
@@ -319,10 +298,7 @@ void Soak(const std::function<bool(uint64_t)>& send,
 
     size_t delivered = 0, repeated = 0, owedCount = 0, missing = 0, misrouted = 0;
     ledger.seen.Read([&](Deliveries& d) {
-        for (const auto& message : d.byId) {
-            delivered += message.second.first;
-            repeated += message.second.first > 1;
-        }
+        for (const auto& m : d.byId) delivered += m.second.first, repeated += m.second.first > 1;
         for (const auto& messages : owed) {
             for (const auto& message : messages) {
                 const auto it = d.byId.find(message.first);
@@ -342,7 +318,6 @@ void Soak(const std::function<bool(uint64_t)>& send,
 }
 
 TEST(CallbackFloodSoak, SerialDataFromServiceThreadsWhileTheTransportIsReleasedAndReacquired) {
-    soak::QuietLog quiet;
     HardwareManagerSim sim(false);
     sp<orvex::sim::FakeSerial> serial = new orvex::sim::FakeSerial;
     sim.AddBuilder([serial](FakeDCHWManager& manager) { manager.SetSerial(serial); });
@@ -365,7 +340,6 @@ TEST(CallbackFloodSoak, SerialDataFromServiceThreadsWhileTheTransportIsReleasedA
 }
 
 TEST(CallbackFloodSoak, PlugChangesFromServiceThreadsWhileTheNotifierIsReleasedAndReacquired) {
-    soak::QuietLog quiet;
     HardwareManagerSim sim(false);
     sp<orvex::sim::FakePlugableDeviceNotifier> notifier = new orvex::sim::FakePlugableDeviceNotifier;
     sim.AddBuilder([notifier](FakeDCHWManager& m) { m.SetPlugableDeviceNotifier(notifier); });
@@ -383,7 +357,6 @@ TEST(CallbackFloodSoak, PlugChangesFromServiceThreadsWhileTheNotifierIsReleasedA
         [&] { ASSERT_TRUE(module.ReleasePlugableDeviceNotifier()); });
 }
 
-}  // namespace flood
 
 // Frames streaming from the simulated imager adapter while the caller ends and starts its scans
 // 300 times, as the scanning service does: every scan enables the adapter with a new image
@@ -400,10 +373,8 @@ TEST(CallbackFloodSoak, PlugChangesFromServiceThreadsWhileTheNotifierIsReleasedA
 // after every delivery the process's memory map must hold no mapping of a frame file, which
 // also catches a mapping kept but not touched. An address check (msync answering ENOMEM) is
 // not used: the freed range may be mapped again at once by another thread's allocation.
-namespace frames {
-
-constexpr unsigned kCycles = 300, kCyclesPerSession = 50;
-constexpr uint64_t kFramesPerCycle = 2;  // at least, before the scan ends
+constexpr unsigned kScans = 300, kScansPerSession = 50;
+constexpr uint64_t kFramesPerScan = 2;  // at least, before the scan ends
 
 // Mappings of the fake's frame files in /proc/self/maps: nothing but a frame maps one.
 size_t FrameMappings() {
@@ -419,9 +390,8 @@ size_t FrameMappings() {
 struct Frame {
     unsigned cycle;
     uint8_t firstByte;
-    bool pattern, late;
+    bool pattern, late, mappedAfterReturn;
     uint64_t number;
-    bool mappedAfterReturn;
 };
 
 // What every scan's callback reports to, and what outlives the callbacks: the frames each
@@ -433,14 +403,14 @@ struct Scans {
     std::vector<Frame> frames;       // delivered, in order
     std::vector<uint64_t> unpaired;  // delivered to no callback or to several
 };
-using Ledger = soak::Watched<Scans>;
+using ScanLedger = soak::Watched<Scans>;
 
 // One scan's image callback. Destroyed right after the scan's Disable returned, so that a
 // frame delivered later is a use after free that ASan reports (and a late frame that lands
 // before the destruction is marked late by the ledger).
 class ScanCallback : public IImageCallback {
   public:
-    ScanCallback(Ledger& ledger, unsigned cycle, size_t bytes)
+    ScanCallback(ScanLedger& ledger, unsigned cycle, size_t bytes)
         : mLedger(ledger), mCycle(cycle), mBytes(bytes) {}
 
     // One byte a page and the last one: a mapping shorter than the frame faults here, and so
@@ -452,16 +422,14 @@ class ScanCallback : public IImageCallback {
         bool pattern = data[mBytes - 1] == FakeImagerAdapter::PatternByte(data[0], mBytes - 1);
         for (size_t i = 0; i < mBytes && pattern; i += step)
             pattern = data[i] == FakeImagerAdapter::PatternByte(data[0], i);
-        Frame received{mCycle, data[0], pattern, false, UINT64_MAX, false};
         mLedger.Change([&](Scans& s) {
-            received.late = s.closed.count(mCycle) != 0;
-            s.pending.push_back(received);
+            s.pending.push_back({mCycle, data[0], pattern, s.closed.count(mCycle) != 0, false, 0});
         });
         return true;
     }
 
   private:
-    Ledger& mLedger;
+    ScanLedger& mLedger;
     const unsigned mCycle;
     const size_t mBytes;
 };
@@ -473,7 +441,7 @@ TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
     soak::QuietLog quiet;
     orvex::hostlog::ScopedCapture log;
     soak::Baseline baseline;
-    Ledger ledger;
+    ScanLedger ledger;
     uint64_t delivered = 0;
     // Declared before the device so that, if an assertion ends the test mid-scan, the stream
     // stops (the device goes) before the scan's callback is destroyed.
@@ -488,19 +456,15 @@ TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
             const bool mapped = FrameMappings() != 0;
             ledger.Change([&](Scans& s) {
                 // Every delivered frame reaches exactly one callback exactly once.
-                if (s.pending.size() == 1) {
-                    s.frames.push_back(s.pending[0]);
-                    s.frames.back().number = number;
-                    s.frames.back().mappedAfterReturn = mapped;
-                } else {
-                    s.unpaired.push_back(number);
-                }
+                for (Frame& f : s.pending) f.number = number, f.mappedAfterReturn = mapped;
+                if (s.pending.size() == 1) s.frames.push_back(s.pending[0]);
+                if (s.pending.size() != 1) s.unpaired.push_back(number);
                 s.pending.clear();
             });
         });
         auto* module = new ImagerHIDLProxy<(AndroidVersion)10>();
         V4L2ImagerAdapterHIDLProxy* adapter = nullptr;
-        for (unsigned cycle = 0; cycle < kCycles; ++cycle) {
+        for (unsigned cycle = 0; cycle < kScans; ++cycle) {
             SCOPED_TRACE("scan " + std::to_string(cycle));
             const __preview_size__& geometry = kGeometries[cycle % 3];
             if (adapter == nullptr) {
@@ -511,17 +475,15 @@ TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
             }
             // Nothing arrived since the last scan's Disable returned.
             ASSERT_EQ(delivered, fake.FramesDelivered());
-            callback = std::make_unique<ScanCallback>(
-                ledger, cycle,
-                FakeImagerAdapter::FrameBytes(geometry.width, geometry.height,
-                                              geometry.bitsPerPixel));
+            callback = std::make_unique<ScanCallback>(ledger, cycle, FakeImagerAdapter::FrameBytes(
+                geometry.width, geometry.height, geometry.bitsPerPixel));
             ASSERT_EQ(0, adapter->Enable(callback.get()));
             ASSERT_EQ(0, adapter->StartStreaming());
             ASSERT_TRUE(ledger.WaitFor([&](Scans& s) {
                 uint64_t seen = 0;
                 for (const Frame& f : s.frames) seen += f.cycle == cycle;
                 for (const Frame& f : s.pending) seen += f.cycle == cycle;
-                return seen >= kFramesPerCycle;
+                return seen >= kFramesPerScan;
             }));
             // How the scan ends: a timed hold (false, 1) and the platform's halt (true, on this
             // "lahaina" profile) each pause to let the imager settle, so they are rarer.
@@ -533,7 +495,7 @@ TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
             delivered = fake.FramesDelivered();
             callback.reset();
             ASSERT_EQ(0u, ledger.Read([](Scans& s) { return s.pending.size(); }));
-            if (cycle % kCyclesPerSession == kCyclesPerSession - 1) {
+            if (cycle % kScansPerSession == kScansPerSession - 1) {
                 // The session ends: the adapter goes back to the module, which closes the
                 // imager and makes a new adapter (a new association) for the next scan.
                 ASSERT_EQ(0, adapter->DeinitAdapter());
@@ -566,11 +528,10 @@ TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
     const std::vector<orvex::hostlog::Entry> entries = log.WithTag("ScannerFramework");
     EXPECT_EQ(0u, soak::Count(entries, "[FrameCallback::onFrame] mmap failed\n"));
     EXPECT_EQ(0u, soak::Count(entries, "[FrameCallback::onFrameAvailable] OnReceiveFrame failed"));
-    EXPECT_EQ(kCycles,
+    EXPECT_EQ(kScans,
               soak::Count(entries, "[V4L2ImagerAdapterHIDLProxy::Enable] Transport is registerd"));
     EXPECT_EQ(0u, FrameMappings());
-    baseline.End({{"scans", kCycles}, {"frames_delivered", frames.size()}});  // stream ended
+    baseline.End({{"scans", kScans}, {"frames_delivered", frames.size()}});  // stream ended
 }
 
-}  // namespace frames
 }  // namespace
