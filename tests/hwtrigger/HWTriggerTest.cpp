@@ -6,6 +6,8 @@
 #include <orvex/log_capture.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <condition_variable>
 #include <filesystem>
 #include <thread>
@@ -73,12 +75,6 @@ class RecordingCallback : public ITriggerKeyEventWrapperCallBack {
 
 class HWTriggerTest : public ::testing::Test {
   protected:
-    void SetUp() override {
-        mModule.reset(dynamic_cast<IHWTriggerModule*>(
-            ComponentIndex::Instance()->CreateModule(PLATFORM_MODULE_HW_TRIGGER, "HWTrigger")));
-        ASSERT_NE(mModule, nullptr);
-    }
-
     // Initializes and acquires (asserting the answer) and clears what that logged.
     void Connect(bool expected = true) {
         ASSERT_TRUE(mModule->Initialize(&mCallback));
@@ -107,7 +103,8 @@ class HWTriggerTest : public ::testing::Test {
     orvex::hostlog::ScopedCapture mLog;
     RecordingCallback mCallback;
     std::unique_ptr<HardwareManagerSim> mSim;
-    std::unique_ptr<IHWTriggerModule> mModule;
+    std::unique_ptr<IHWTriggerModule> mModule{dynamic_cast<IHWTriggerModule*>(
+        ComponentIndex::Instance()->CreateModule(PLATFORM_MODULE_HW_TRIGGER, "HWTrigger"))};
 };
 
 // The fixed answers without a connection are the death table's to pin; the name, support and
@@ -139,27 +136,20 @@ TEST_F(HWTriggerTest, RecordsCommandsAndReleaseOfAConnection) {
     EXPECT_EQ(Logged(), (Strings{kAcquired}));
     mLog.Clear();
 
-    // Each record: type, two words, whether it is a key event (else a pre-key event). With
-    // {1, 1, 2} comes {2, 3, 4} at the same wake-up: only the first of them is delivered.
-    struct Record {
-        uint32_t type, first, second;
-        bool key;
-    } records[] = {{1, 10, 20, true},
-                   {2, 3, 4, false},
-                   {0, 5, 6, false},
-                   {7, 0, 1, false},
-                   {1, 0xFFFFFFFF, 0x80000000, true},
-                   {1, 1, 2, true},
-                   {1, 5, 6, true}};
+    // Each record: type (1 a key event, any other a pre-key event), two words. With {1, 1, 2}
+    // comes {2, 3, 4} at the same wake-up: only the first of them is delivered.
+    const std::array<uint32_t, 3> records[] = {
+        {1, 10, 20}, {2, 3, 4}, {0, 5, 6}, {7, 0, 1}, {1, 0xFFFFFFFF, 0x80000000},
+        {1, 1, 2},   {1, 5, 6}};
     Strings events, lines;
-    for (const Record& r : records) {
-        ASSERT_TRUE(r.second == 2 ? mSim->trigger()->PressTogether({{1, 1, 2}, {2, 3, 4}})
-                                  : mSim->trigger()->Press(r.type, r.first, r.second));
-        events.push_back((r.key ? "key " : "prekey ") + std::to_string(r.first) + " " +
-                         std::to_string(r.second));
-        lines.push_back(std::string("D [HW Trigger] ") + (r.key ? "Key" : "PreKey") +
-                        " event received  " + std::to_string(static_cast<int32_t>(r.first)) + " " +
-                        std::to_string(static_cast<int32_t>(r.second)));
+    for (auto [type, first, second] : records) {
+        ASSERT_TRUE(second == 2 ? mSim->trigger()->PressTogether({{1, 1, 2}, {2, 3, 4}})
+                                : mSim->trigger()->Press(type, first, second));
+        events.push_back((type == 1 ? "key " : "prekey ") + std::to_string(first) + " " +
+                         std::to_string(second));
+        lines.push_back(std::string("D [HW Trigger] ") + (type == 1 ? "Key" : "PreKey") +
+                        " event received  " + std::to_string(static_cast<int32_t>(first)) + " " +
+                        std::to_string(static_cast<int32_t>(second)));
     }
     RecordingCallback::Seen seen = mCallback.WaitFor(events.size());
     ASSERT_TRUE(mSim->trigger()->WaitIdle());
@@ -167,10 +157,8 @@ TEST_F(HWTriggerTest, RecordsCommandsAndReleaseOfAConnection) {
     EXPECT_EQ(Logged(), lines);
     EXPECT_EQ(mSim->trigger()->RecordsWritten(), 8u);
     // Every event came on the one reader thread: neither the caller's nor a HIDL thread.
-    for (std::thread::id id : seen.threads) {
-        EXPECT_EQ(id, seen.threads[0]);
-        EXPECT_NE(id, std::this_thread::get_id());
-    }
+    EXPECT_EQ(std::count(seen.threads.begin(), seen.threads.end(), seen.threads[0]), 7);
+    EXPECT_NE(seen.threads[0], std::this_thread::get_id());
     EXPECT_FALSE(seen.onRpcThread);
     // The reader thread and the service's writer.
     EXPECT_EQ(CountEntries("/proc/self/task"), threads + 2);
@@ -217,7 +205,6 @@ TEST_F(HWTriggerTest, ServiceDeathReconnectsWithANewReaderAndKeysFlowAgain) {
     mLog.Clear();
 
     // While the service is down, the death handling waits for it in getService.
-    mSim->Kill();
     mSim->Restart();
     ASSERT_TRUE(mSim->trigger()->calls().WaitFor("setKeyEventQueue"));
     ASSERT_TRUE(mSim->trigger()->Press(2, 7, 8));
@@ -242,12 +229,8 @@ TEST_F(HWTriggerTest, ServiceDeathReconnectsWithANewReaderAndKeysFlowAgain) {
 TEST_F(HWTriggerTest, DeathHandlingWithoutAnEventFlagAnswersTrueAtOnce) {
     // In a child process: that early return keeps the class-wide lock held for good.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            HWTrigger<(AndroidVersion)10> module;
-            _exit(module.handlDCHWManagerDeath() ? 3 : 4);
-        },
-        ::testing::ExitedWithCode(3), "");
+    EXPECT_EXIT(_exit(HWTrigger<(AndroidVersion)10>().handlDCHWManagerDeath() ? 3 : 4),
+                ::testing::ExitedWithCode(3), "");
 }
 
 }  // namespace
