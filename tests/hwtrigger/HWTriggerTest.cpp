@@ -94,12 +94,6 @@ class HWTriggerTest : public ::testing::Test {
         return lines;
     }
 
-    void Answer(void (*change)(FakeTrigger::Answers&)) {
-        FakeTrigger::Answers answers;
-        change(answers);
-        mSim->trigger()->SetAnswers(answers);
-    }
-
     orvex::hostlog::ScopedCapture mLog;
     RecordingCallback mCallback;
     std::unique_ptr<HardwareManagerSim> mSim;
@@ -116,7 +110,7 @@ TEST_F(HWTriggerTest, AcquireFailsWithoutServiceAndSilentlyWhenRefused) {
                        "E [HW Trigger] is not available, Soft trigger may be available"}));
     // Refused, the interface is held all the same, so commands reach the service.
     mSim.reset(new HardwareManagerSim);
-    Answer([](FakeTrigger::Answers& a) { a.acquireTrigger = a.startTrigger = false; });
+    mSim->trigger()->SetAnswers({/*acquireTrigger*/ false, true, /*startTrigger*/ false});
     mLog.Clear();
     Connect(false);
     EXPECT_EQ(mSim->trigger()->calls().Calls(), (Strings{"acquireTrigger()"}));
@@ -164,10 +158,8 @@ TEST_F(HWTriggerTest, RecordsCommandsAndReleaseOfAConnection) {
     EXPECT_EQ(CountEntries("/proc/self/task"), threads + 2);
 
     // Answers unlike those a module without connection gives.
-    Answer([](FakeTrigger::Answers& a) {
-        a.startTrigger = a.stopTrigger = a.simulateTrigger = false;
-        a.getPressedTrigger = 3;
-    });
+    // Start, stop and simulate refused, trigger 3 pressed.
+    mSim->trigger()->SetAnswers({true, true, false, false, false, true, 3});
     EXPECT_FALSE(mModule->StartTrigger());
     EXPECT_FALSE(mModule->StopTrigger());
     EXPECT_FALSE(mModule->SimulateTrigger(0xFFFFFFFF, 7));
@@ -197,7 +189,7 @@ TEST_F(HWTriggerTest, RecordsCommandsAndReleaseOfAConnection) {
 TEST_F(HWTriggerTest, ServiceDeathReconnectsWithANewReaderAndKeysFlowAgain) {
     mSim.reset(new HardwareManagerSim);
     // setKeyEventQueue false with a valid queue still connects.
-    Answer([](FakeTrigger::Answers& a) { a.setKeyEventQueue = false; });
+    mSim->trigger()->SetAnswers({true, true, true, true, true, /*setKeyEventQueue*/ false});
     Connect();
     ASSERT_TRUE(mSim->trigger()->Press(1, 1, 1));
     ASSERT_EQ(mCallback.WaitFor(1).events, (Strings{"key 1 1"}));

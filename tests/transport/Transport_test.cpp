@@ -477,9 +477,8 @@ TEST_P(TransportScript, Runs) {
         const size_t paren = step.find('('), equals = std::min(step.find('='), step.size());
         const size_t end = paren < equals ? step.find(')') + 1 : equals;
         std::string expected = end < step.size() ? step.substr(end + 1) : "";
-        for (size_t at; (at = expected.find('$')) != std::string::npos;) {
+        for (size_t at; (at = expected.find('$')) != std::string::npos;)
             expected.replace(at, 1, GetParam().prefix);
-        }
         auto op = mOps.find(step.substr(0, std::min(paren, end)));
         ASSERT_TRUE(op != mOps.end()) << "no such op";
         const Args args =
@@ -487,10 +486,8 @@ TEST_P(TransportScript, Runs) {
         if (expected.rfind("dies", 0) == 0) {
             EXPECT_DEATH(op->second(args), orvex::test::LiteralRegex(
                                                expected.size() > 4 ? expected.substr(5) : kDead));
-        } else if (end < step.size()) {
-            EXPECT_EQ(op->second(args), expected);
-        } else {
-            op->second(args);
+        } else if (const std::string got = op->second(args); end < step.size()) {
+            EXPECT_EQ(got, expected);
         }
     }
 }
