@@ -1,16 +1,20 @@
-// Shared pieces of the soak and fault-injection suites.
+// Shared pieces of the soak and fault-injection suites, all defined here.
 #pragma once
 
-#include <stddef.h>
+#include <dirent.h>
+#include <gtest/gtest.h>
+#include <orvex/hidl_registry.h>
+#include <stdlib.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,16 +23,38 @@
 
 namespace soak {
 
+// The entries of `dir`, each with what it links to; not the descriptor reading the list.
+inline std::set<std::string> Entries(const char* dir) {
+    std::set<std::string> out;
+    DIR* d = opendir(dir);
+    while (dirent* e = d ? readdir(d) : nullptr) {
+        const std::string path = std::string(dir) + "/" + e->d_name;
+        char target[256] = {};
+        readlink(path.c_str(), target, sizeof target - 1);
+        if (e->d_name[0] != '.' && path != "/proc/self/fd/" + std::to_string(dirfd(d)))
+            out.insert(std::string(e->d_name) + " " + target);
+    }
+    if (d) closedir(d);
+    return out;
+}
+
 // Entries of /proc/self/task (threads) and /proc/self/fd (open descriptors) right now.
-size_t ThreadCount();
-size_t DescriptorCount();
+inline size_t ThreadCount() { return Entries("/proc/self/task").size(); }
+inline size_t DescriptorCount() { return Entries("/proc/self/fd").size(); }
 
 // The log sink while it exists: off, so that thousands of soak lines do not flood ctest's
 // output (an in-process capture still sees every record). Restores the sink afterwards.
 class QuietLog {
   public:
-    QuietLog();
-    ~QuietLog();
+    QuietLog() {
+        if (const char* sink = getenv("ORVEX_LOG")) previous_.reset(new std::string(sink));
+        setenv("ORVEX_LOG", "off", 1);
+        orvex::hostlog::ResetSink();
+    }
+    ~QuietLog() {
+        previous_ ? setenv("ORVEX_LOG", previous_->c_str(), 1) : unsetenv("ORVEX_LOG");
+        orvex::hostlog::ResetSink();
+    }
 
   private:
     std::unique_ptr<std::string> previous_;
@@ -38,21 +64,33 @@ class QuietLog {
 // start with a process's first thread, and the time since.
 class Baseline {
   public:
-    Baseline();
+    Baseline() : threads_((std::thread([] {}).join(), ThreadCount())) {}
+
     // Every thread made since is gone, but the runtime's pool threads (two at most, as the
     // scanning service configures them), which stay for the life of the process as libhidl's
     // do; and no descriptor is open that was not open then. Descriptors are compared by number
     // and what they refer to, not counted, so that one an earlier soak left closing late does
-    // not hide a new one or count as one.
-    void ExpectNothingLeft() const;
-    // Checks that nothing is left and reports `figures` and the time since, as properties of the
-    // test's report.
-    void End(std::initializer_list<std::pair<const char*, size_t>> figures) const;
+    // not hide a new one or count as one. Then reports `figures` and the time since, as
+    // properties of the test's report.
+    void End(std::initializer_list<std::pair<const char*, size_t>> figures) const {
+        const size_t pool = orvex::hidl::RpcThreadCount();
+        EXPECT_LE(pool, 2u);
+        EXPECT_EQ(threads_ + (pool - pool_), ThreadCount());
+        std::vector<std::string> opened;
+        for (const std::string& d : Entries("/proc/self/fd"))
+            if (descriptors_.count(d) == 0) opened.push_back(d);
+        EXPECT_EQ(std::vector<std::string>{}, opened);
+        using namespace std::chrono;
+        const auto ms = duration_cast<milliseconds>(steady_clock::now() - started_).count();
+        testing::Test::RecordProperty("milliseconds", static_cast<int>(ms));
+        for (const auto& f : figures) testing::Test::RecordProperty(f.first, int(f.second));
+    }
 
   private:
-    size_t threads_, pool_;
-    std::set<std::string> descriptors_;
-    std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
+    const size_t threads_;
+    const std::set<std::string> descriptors_ = Entries("/proc/self/fd");
+    const size_t pool_ = orvex::hidl::RpcThreadCount();
+    const std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
 };
 
 // A value that threads change under a lock while others wait for a condition on it: Read runs
@@ -85,7 +123,16 @@ class Watched {
 };
 
 // Records of `log` whose message is `message`; lines of `text` that are `line`.
-size_t Count(const std::vector<orvex::hostlog::Entry>& log, const std::string& message);
-size_t Count(const std::string& text, const std::string& line);
+inline size_t Count(const std::vector<orvex::hostlog::Entry>& log, const std::string& message) {
+    size_t n = 0;
+    for (const auto& e : log) n += e.message == message;
+    return n;
+}
+inline size_t Count(const std::string& text, const std::string& line) {
+    std::istringstream in(text);
+    size_t n = 0;
+    for (std::string l; std::getline(in, l);) n += l == line;
+    return n;
+}
 
 }  // namespace soak
