@@ -6,9 +6,7 @@
 
 #include "TimerProvider.h"
 
-#include <gtest/gtest.h>
 #include <signal.h>
-#include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
