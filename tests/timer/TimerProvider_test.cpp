@@ -36,10 +36,11 @@ class TimerProviderTest : public ::testing::Test {
 
     static void OnTimer(TimerProvider* timer) {
         auto* test = static_cast<TimerProviderTest*>(timer->p_Context);
+        const auto then = test->then.load();  // before the test, woken, may set it
         test->firings.Change([&](std::vector<Firing>& firings) {
             firings.push_back({timer, Clock::now(), std::this_thread::get_id()});
         });
-        if (auto then = test->then.load()) then(timer);
+        if (then) then(timer);
     }
     TimerProvider* Create(int ms) { return TimerProvider::CreateNewTimer(ms, OnTimer, this); }
     // Waits until `count` firings were recorded; false on time-out.
@@ -49,7 +50,8 @@ class TimerProviderTest : public ::testing::Test {
     std::vector<Firing> Firings() { return firings.Read([](std::vector<Firing>& f) { return f; }); }
 
     soak::Watched<std::vector<Firing>> firings;
-    std::atomic<void (*)(TimerProvider*)> then{nullptr};  // runs after each firing is recorded
+    // Runs after a firing is recorded, when set before the firing.
+    std::atomic<void (*)(TimerProvider*)> then{nullptr};
 };
 
 TEST_F(TimerProviderTest, OneShotsFireInDeadlineOrderOnTheCallbackThreadAndStopDisarms) {
