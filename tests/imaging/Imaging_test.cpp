@@ -174,16 +174,38 @@ TEST(ImagerHIDLProxy, CompanionsAreMadeOnceAndDeletedByDeInitAndADeadServiceEnds
     Adapter* adapter = module.getImagerAdapterHIDLProxy();
     // Asked again, each is the one made, which opened the imager for itself; deInit deletes
     // them, closing it, and new ones open it again.
-    for (bool deInit : {false, true, false}) {
-        if (deInit) module.deInit();
-        control = module.getImagerControlHIDLProxy();
-        adapter = module.getImagerAdapterHIDLProxy();
-    }
+    EXPECT_EQ(control, module.getImagerControlHIDLProxy());
+    EXPECT_EQ(adapter, module.getImagerAdapterHIDLProxy());
+    module.deInit();
+    module.getImagerControlHIDLProxy();
+    module.getImagerAdapterHIDLProxy();
     EXPECT_EQ(
         "openImager() getImagerControl() openImager() getImagerAdapter() closeImager() "
         "closeImager() openImager() getImagerControl() openImager() getImagerAdapter()|getImager() "
         "getImager() getImager() getImager() getImager()",
         Take(*device.imager) + "|" + Take(*device.sim().manager()));
+    module.deInit();  // the companions go with it
+    // After the service's death, each value read directly ends the process; each read runs in
+    // a child of its own, with a module and companions made there.
+    struct Made {
+        Module m;
+        Control* c = m.getImagerControlHIDLProxy();
+        Adapter* a = m.getImagerAdapterHIDLProxy();
+    };
+    for (void (*read)(Made&) : std::initializer_list<void (*)(Made&)>{
+             [](Made& x) { x.m.openImager(); }, [](Made& x) { x.m.closeImager(); },
+             [](Made& x) { x.m.getImagerInterfaceType(); },
+             [](Made& x) { x.c->configureSettleCount(2); }, [](Made& x) { x.a->IsStreaming(); },
+             [](Made& x) { x.a->StartStreaming(); }, [](Made& x) { x.a->StopStreaming(false, 0); },
+             [](Made& x) { x.a->Disable(); }}) {
+        EXPECT_DEATH(
+            {
+                Made made;
+                device.sim().Kill();
+                read(made);
+            },
+            kFatal);
+    }
     // A service that dies while it opens the imager: the open's answer still arrives, the next
     // request does not.
     device.imager->SetCallHook([&](const std::string& call) {
@@ -191,13 +213,6 @@ TEST(ImagerHIDLProxy, CompanionsAreMadeOnceAndDeletedByDeInitAndADeadServiceEnds
     });
     EXPECT_DEATH(Control another, kFatal);
     EXPECT_DEATH(Adapter another, kFatal);
-    device.sim().Kill();
-    for (const std::function<void()>& read : std::vector<std::function<void()>>{
-             [&] { module.openImager(); }, [&] { module.closeImager(); },
-             [&] { module.getImagerInterfaceType(); }, [&] { control->configureSettleCount(2); },
-             [&] { adapter->IsStreaming(); }, [&] { adapter->StartStreaming(); },
-             [&] { adapter->StopStreaming(false, 0); }, [&] { adapter->Disable(); }})
-        EXPECT_DEATH(read(), kFatal);
 }
 
 TEST(ImagerControlHIDLProxy, PassesCommandsAndTheSettleCountOn) {
