@@ -29,7 +29,12 @@ bool AudioManager::LoadService() {
     }
     SF_LOGD("[AudioManager::LoadService] Received an instance of service manager");
 
+    // Android 14 deprecates getService for waitForService and checkService; the lookup stays as
+    // it is, with its bounded wait, because callers rely on it. Only this use is exempt.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
     android::sp<android::IBinder> binder = sm->getService(android::String16("audio"));
+#pragma GCC diagnostic pop
     if (binder == nullptr) {
         SF_LOGE("[AudioManager::LoadService] Audio service client object not received");
         return false;
