@@ -110,7 +110,7 @@ void KeyEvent_HWTrigger(benchmark::State& state) {
         orvex::sim::HardwareManagerSim sim;
         std::vector<std::atomic<int64_t>> stamps(kEvents);
         LatencyCallback callback(stamps);
-        std::unique_ptr<IHWTriggerModule> module(dynamic_cast<IHWTriggerModule*>(
+        std::unique_ptr<IHWTriggerModule> module(static_cast<IHWTriggerModule*>(
             ComponentIndex::Instance()->CreateModule(PLATFORM_MODULE_HW_TRIGGER, "HWTrigger")));
         module->Initialize(&callback);
         if (!module->AcquireHWTrigger()) {

@@ -3,6 +3,7 @@
 #include "Transport.h"
 
 #include <hidl/HidlTransportSupport.h>
+#include <string.h>
 
 #include <algorithm>
 #include <condition_variable>
@@ -10,6 +11,7 @@
 #include <map>
 #include <set>
 #include <thread>
+#include <unordered_map>
 
 #include "orvex/hidl_registry.h"
 
@@ -230,6 +232,48 @@ Return<bool> ProxyCore::unlinkRemote(const sp<hidl_death_recipient>& recipient) 
     return mOwner->unlink(this, recipient);
 }
 
+namespace {
+
+struct ProxyCores {
+    std::mutex lock;
+    std::unordered_map<const IBase*, ProxyCore*> byProxy;  // GUARDED_BY(lock)
+};
+
+ProxyCores& proxyCores() {
+    static ProxyCores* cores = new ProxyCores;  // outlives proxies destroyed at exit
+    return *cores;
+}
+
+}  // namespace
+
+ProxyCore* proxyCoreOf(const IBase* obj) {
+    if (obj == nullptr || !obj->isRemote()) return nullptr;
+    ProxyCores& c = proxyCores();
+    std::lock_guard<std::mutex> lock(c.lock);
+    auto it = c.byProxy.find(obj);
+    return it == c.byProxy.end() ? nullptr : it->second;
+}
+
+void registerProxyCore(const IBase* proxy, ProxyCore* core) {
+    ProxyCores& c = proxyCores();
+    std::lock_guard<std::mutex> lock(c.lock);
+    c.byProxy[proxy] = core;
+}
+
+void unregisterProxyCore(const IBase* proxy) {
+    ProxyCores& c = proxyCores();
+    std::lock_guard<std::mutex> lock(c.lock);
+    c.byProxy.erase(proxy);
+}
+
+bool implements(const sp<IBase>& obj, const char* descriptor) {
+    if (obj == nullptr) return false;
+    if (strcmp(descriptor, IBase::descriptor) == 0) return true;
+    std::string actual;
+    obj->interfaceDescriptor([&](const hidl_string& d) { actual = d.c_str(); });
+    return actual == descriptor;
+}
+
 bool registerProxyFactory(const char* descriptor, ProxyFactory factory) {
     ProxyFactories& f = factories();
     std::lock_guard<std::mutex> lock(f.lock);
@@ -242,7 +286,7 @@ sp<IBase> crossDomain(const char* descriptor, const sp<IBase>& obj, const Domain
     if (obj == nullptr) return nullptr;
     sp<IBase> impl = obj;
     DomainRef owner = from;
-    if (auto* core = dynamic_cast<ProxyCore*>(obj.get())) {
+    if (ProxyCore* core = proxyCoreOf(obj.get())) {
         impl = core->impl();
         owner = core->owner();
     }

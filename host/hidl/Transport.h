@@ -144,10 +144,21 @@ bool registerProxyFactory(const char* descriptor, ProxyFactory factory);
 sp<IBase> crossDomain(const char* descriptor, const sp<IBase>& obj, const DomainRef& from,
                       const DomainRef& to);
 
+// Nothing here asks the language for an object's type: the library, which implements callback
+// interfaces and hands them over, is built without RTTI, as on a device. What an object is
+// comes from the interface it was registered or handed over as, and from its descriptor.
+
+// The core of `obj` when `obj` is a proxy, else null.
+ProxyCore* proxyCoreOf(const IBase* obj);
+void registerProxyCore(const IBase* proxy, ProxyCore* core);
+void unregisterProxyCore(const IBase* proxy);
+// Whether `obj` (not a proxy) implements the interface `descriptor`.
+bool implements(const sp<IBase>& obj, const char* descriptor);
+
 template <typename J>
 sp<J> crossDomainAs(const sp<J>& obj, const DomainRef& from, const DomainRef& to) {
     sp<IBase> base = crossDomain(J::descriptor, obj, from, to);
-    return sp<J>(dynamic_cast<J*>(base.get()));
+    return sp<J>(static_cast<J*>(base.get()));
 }
 
 template <typename T>
@@ -160,7 +171,10 @@ template <typename I>
 class BpHw : public I, public ProxyCore {
   public:
     BpHw(const sp<IBase>& impl, const DomainRef& owner, const DomainRef& holder)
-        : ProxyCore(impl, owner, holder), mTarget(dynamic_cast<I*>(impl.get())) {}
+        : ProxyCore(impl, owner, holder), mTarget(static_cast<I*>(impl.get())) {
+        registerProxyCore(static_cast<IBase*>(this), this);
+    }
+    ~BpHw() override { unregisterProxyCore(static_cast<IBase*>(this)); }
 
     bool isRemote() const override { return true; }
     Return<void> ping() override { return pingRemote(); }
@@ -230,21 +244,22 @@ template <typename I>
 sp<I> getServiceAs(const std::string& instance, bool getStub, bool wait) {
     ServiceLookup found = lookupService(I::descriptor, instance, wait);
     if (found.service == nullptr) return nullptr;
-    if (getStub) return sp<I>(dynamic_cast<I*>(found.service.get()));
+    if (getStub) return sp<I>(static_cast<I*>(found.service.get()));
     sp<IBase> ref = crossDomain(I::descriptor, found.service, found.host, currentDomain());
-    return sp<I>(dynamic_cast<I*>(ref.get()));
+    return sp<I>(static_cast<I*>(ref.get()));
 }
 
 template <typename I>
 Return<sp<I>> castFromAs(const sp<IBase>& parent) {
     if (parent == nullptr) return sp<I>();
-    if (auto* core = dynamic_cast<ProxyCore*>(parent.get())) {
-        if (dynamic_cast<I*>(core->impl().get()) == nullptr) return sp<I>();
+    if (ProxyCore* core = proxyCoreOf(parent.get())) {
+        if (!implements(core->impl(), I::descriptor)) return sp<I>();
         if (!core->alive()) return Return<sp<I>>(Status::fromStatusT(DEAD_OBJECT));
         sp<IBase> ref = crossDomain(I::descriptor, core->impl(), core->owner(), core->holder());
-        return sp<I>(dynamic_cast<I*>(ref.get()));
+        return sp<I>(static_cast<I*>(ref.get()));
     }
-    return sp<I>(dynamic_cast<I*>(parent.get()));
+    if (!implements(parent, I::descriptor)) return sp<I>();
+    return sp<I>(static_cast<I*>(parent.get()));
 }
 
 }  // namespace details

@@ -97,7 +97,7 @@ class HWTriggerTest : public ::testing::Test {
     orvex::hostlog::ScopedCapture mLog;
     RecordingCallback mCallback;
     std::unique_ptr<HardwareManagerSim> mSim;
-    std::unique_ptr<IHWTriggerModule> mModule{dynamic_cast<IHWTriggerModule*>(
+    std::unique_ptr<IHWTriggerModule> mModule{static_cast<IHWTriggerModule*>(
         ComponentIndex::Instance()->CreateModule(PLATFORM_MODULE_HW_TRIGGER, "HWTrigger"))};
 };
 

@@ -111,7 +111,7 @@ class Recorder : public ISerialDataCallBack, public IPlugableHALCallBack {
 template <typename M>
 std::unique_ptr<M> Create(PlatformModuleTag tag, const char* name) {
     return std::unique_ptr<M>(
-        dynamic_cast<M*>(ComponentIndex::Instance()->CreateModule(tag, name)));
+        static_cast<M*>(ComponentIndex::Instance()->CreateModule(tag, name)));
 }
 
 // What a module does when it reads the value of a call that did not reach its service.
