@@ -83,7 +83,8 @@ TEST(ConfigInfo, ResolvesEveryGroupWithItsCarryOversAndFirstDefinitionWinning) {
         // path stores the previous entry's text.
         {"dup", "/file/dup"}, {"no-path", "/no/name"}, {"empty", ""}, {" spaced ", " /s "},
         {"misplaced", ""}, {"extra", "/e"},
-        // The binaries' first entry carries "true" over from the last file.
+        // The binaries' first entry carries "true" over from the last file; other elements than
+        // the three are passed over, as in files.
         {"lib-carried", "/system/lib64/libc1.so"}, {"lib-absolute", "/system/lib64/libfoo.so"},
         {"lib-relative", prefix + "/system/libs/arm64-v8a/libfoo.so"},
         {"ro.vendor.model", "SE4750"}, {"ro.empty", "fallback"}, {"ro.absent", "absent-default"},
@@ -107,7 +108,7 @@ TEST(ConfigInfo, ResolvesEveryGroupWithItsCarryOversAndFirstDefinitionWinning) {
         "<binary><name>lib-carried</name><libname>libc1.so</libname></binary>"
         "<binary><name>lib-relative</name><absolutepath>no</absolutepath><libname>libfoo.so"
         "</libname></binary><binary><name>lib-absolute</name><absolutepath>true</absolutepath>"
-        "<libname>libfoo.so</libname></binary>"
+        "<libname>libfoo.so</libname><comment>x</comment></binary>"
         "<binary><name>dup</name><libname>libdup.so</libname></binary>",
         "<property><name>ro.vendor.model</name><value>default</value></property><property>"
         "<name>ro.empty</name><value>fallback</value></property><property><name>ro.absent</name>"
