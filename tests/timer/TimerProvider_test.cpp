@@ -9,10 +9,24 @@
 #include <signal.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 
 #include "../soak/SoakSupport.h"
 #include "TestSupport.h"
+
+// The timer thread's next timerfd_create or timerfd_settime fails when a test asks for it;
+// otherwise both go straight to the kernel.
+static std::atomic<bool> g_failNextCreate{false}, g_failNextArm{false};
+extern "C" int timerfd_create(int clock, int flags) {
+    if (g_failNextCreate.exchange(false)) return errno = EMFILE, -1;
+    return static_cast<int>(syscall(SYS_timerfd_create, clock, flags));
+}
+extern "C" int timerfd_settime(int fd, int flags, const itimerspec* value, itimerspec* old) {
+    if (g_failNextArm.exchange(false)) return errno = EINVAL, -1;
+    return static_cast<int>(syscall(SYS_timerfd_settime, fd, flags, value, old));
+}
 
 namespace {
 
@@ -29,7 +43,11 @@ constexpr const char* kOwnRootVariable = "ORVEX_TIMER_TEST_ROOT";
 // The timers of a test have it as their context, and their callbacks record what they saw.
 class TimerProviderTest : public ::testing::Test {
   protected:
-    struct Firing { TimerProvider* timer; Clock::time_point at; std::thread::id thread; };
+    struct Firing {
+        TimerProvider* timer;
+        Clock::time_point at;
+        std::thread::id thread;
+    };
 
     void SetUp() override { TimerProvider::Initialize(); }
     void TearDown() override { TimerProvider::DeInitialize(); }
@@ -47,7 +65,9 @@ class TimerProviderTest : public ::testing::Test {
     bool WaitFor(size_t count) {
         return firings.WaitFor([&](std::vector<Firing>& f) { return f.size() >= count; });
     }
-    std::vector<Firing> Firings() { return firings.Read([](std::vector<Firing>& f) { return f; }); }
+    std::vector<Firing> Firings() {
+        return firings.Read([](std::vector<Firing>& f) { return f; });
+    }
 
     soak::Watched<std::vector<Firing>> firings;
     // Runs after a firing is recorded, when set before the firing.
@@ -123,6 +143,27 @@ TEST_F(TimerProviderTest, LateNewsIgnoredRestartAfterExpiryArmsAndTheEndDestroys
     EXPECT_EQ(nullptr, TimerProvider::tq_CallbacktransferQueue);
 }
 
+// A descriptor that cannot be made or armed is logged and leaves the timer stopped; the next
+// start makes a new one and the timer fires.
+TEST_F(TimerProviderTest, DescriptorThatCannotBeMadeOrArmedIsLoggedAndTheNextStartWorks) {
+    TimerProvider* timer = Create(10);
+    orvex::hostlog::ScopedCapture log;
+    g_failNextCreate = true;
+    timer->Start();  // arming the missing descriptor fails too
+    g_failNextArm = true;
+    timer->Start();
+    const std::string e = "[TimerProvider::OnStartTimer] Timer_fd ";
+    EXPECT_EQ(
+        (std::vector<Entry>{{6, "ScannerFramework", e + " create error: 24\n"},
+                            {6, "ScannerFramework", e + "'-1' start error: 9\n"},
+                            {6, "ScannerFramework",
+                             e + "'" + std::to_string(timer->fd_TimerFD) + "' start error: 22\n"}}),
+        log.Entries());
+    EXPECT_FALSE(timer->IsStarted());
+    timer->Start();
+    EXPECT_TRUE(WaitFor(1));
+}
+
 TimerProvider* NewTimer() {
     return TimerProvider::CreateNewTimer(
         1000, [](TimerProvider*) {}, nullptr);
@@ -130,7 +171,11 @@ TimerProvider* NewTimer() {
 
 TEST(TimerProviderDeathTest, RequestTheServiceCannotHonourEndsTheProcess) {
     static int stranger;  // an address the service never saw
-    const struct { void (*body)(); const char* description; int line; } cases[] = {
+    const struct {
+        void (*body)();
+        const char* description;
+        int line;
+    } cases[] = {
         {[] { SendRaw(6, NewTimer()); },
          "[TimerProvider::ThreadProc] Unknown message sent to Timer thread 6", 469},
         {[] { SendRaw(0, &stranger); },
@@ -151,7 +196,9 @@ TEST(TimerProviderDeathTest, RequestTheServiceCannotHonourEndsTheProcess) {
          "[TimerProvider::DeInitialize] Deinitialize should not be called from the callback "
          "thread",
          107},
-        {[] { TimerProvider::tq_CallbacktransferQueue->Push(new TimerProvider::Message{7, {}}); },
+        {[] {
+             TimerProvider::tq_CallbacktransferQueue->Push(new TimerProvider::Message{7, {}});
+         },
          "[TimerProvider::CallbackProc] Unknown ID received to the callback proc", 545},
     };
     for (const auto& c : cases) {
@@ -161,7 +208,8 @@ TEST(TimerProviderDeathTest, RequestTheServiceCannotHonourEndsTheProcess) {
     }
     const std::string pipe =
         std::string(getenv("ORVEX_DEVICE_ROOT")) + "/data/local/tmp/sctimerfifo";
-    EXPECT_DEATH((unlink(pipe.c_str()), NewTimer()),
+    EXPECT_DEATH(
+        (unlink(pipe.c_str()), NewTimer()),
         orvex::test::LiteralRegex(
             " E ScannerFramework: [TimerProvider::InitializeModule] open errno: 2\n") +
             ".*" +
@@ -202,7 +250,10 @@ TEST(TimerProviderPipe, NamedThroughTheResolverReusedWhenLeftOverAndEndsTheProce
     } cases[] = {
         {fileEntry, "", false, vendorPipe, {}},
         {fileEntry, "", true, vendorPipe, reused},
-        {"", "sctimerfifo=/data/vendor/scanner/prop.fifo\n", false, "/data/vendor/scanner/prop.fifo",
+        {"",
+         "sctimerfifo=/data/vendor/scanner/prop.fifo\n",
+         false,
+         "/data/vendor/scanner/prop.fifo",
          {}},
         {"", "", false, "/data/local/tmp/sctimerfifo", {}},
         {"<file><name>sctimerfifo</name><path>/missing/dir/fifo</path></file>", "", false, nullptr,
