@@ -1,10 +1,13 @@
 // Key-event latency of the hardware trigger module: from the simulated service's write and
-// wake to the caller's OnKeyEvent, against a futex ping-pong between two threads (the wake-up
-// cost that any queue-plus-event-flag design pays). Reported time is the mean one-way latency
-// per event; counters give p50, p99 and the sustained event rate.
+// wake to the caller's OnKeyEvent, against the wake of a thread asleep on a futex (the wake-up
+// cost that any queue-plus-event-flag design pays). In both, each event is sent only once the
+// receiving thread is really asleep, as the module's reader is between key presses: a thread
+// caught before it blocks is woken for nothing and would flatter either side. Reported time is
+// the mean one-way latency per event; counters give p50, p99 and the event rate.
 
 #include <benchmark/benchmark.h>
 #include <linux/futex.h>
+#include <stdio.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -12,8 +15,10 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <fstream>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -23,7 +28,7 @@
 
 namespace {
 
-constexpr size_t kEvents = 100000;
+constexpr size_t kEvents = 20000;
 
 int64_t NowNanos() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(
@@ -42,18 +47,35 @@ void Report(benchmark::State& state, std::vector<int64_t>& latencies, int64_t to
         static_cast<double>(latencies.size()) / (static_cast<double>(totalNanos) / 1e9);
 }
 
+pid_t ThreadId() { return static_cast<pid_t>(syscall(SYS_gettid)); }
+
+// Returns once thread `tid` of this process sleeps (state S), outside the measured span.
+void AwaitAsleep(pid_t tid) {
+    char path[64];
+    snprintf(path, sizeof path, "/proc/self/task/%d/stat", static_cast<int>(tid));
+    for (std::string stat;; std::this_thread::yield()) {
+        std::ifstream in(path);
+        if (!std::getline(in, stat)) return;  // no such thread (any more)
+        const size_t name = stat.rfind(')');
+        if (name != std::string::npos && name + 2 < stat.size() && stat[name + 2] == 'S') return;
+    }
+}
+
 long Futex(std::atomic<uint32_t>* word, int op, uint32_t value) {
     return syscall(SYS_futex, reinterpret_cast<uint32_t*>(word), op, value, nullptr, nullptr, 0);
 }
 
-// One thread stamps the time and wakes the other, which measures and answers.
+// One thread waits until the other sleeps, stamps the time and wakes it; the other measures
+// and answers.
 void KeyEvent_Baseline(benchmark::State& state) {
     for (auto _ : state) {
         std::atomic<uint32_t> word{0};
         std::atomic<int64_t> stamp{0};
+        std::atomic<pid_t> receiverId{0};
         std::vector<int64_t> latencies;
         latencies.reserve(kEvents);
         std::thread receiver([&] {
+            receiverId = ThreadId();
             for (size_t i = 0; i < kEvents; ++i) {
                 while (word.load(std::memory_order_acquire) != 1) Futex(&word, FUTEX_WAIT, 0);
                 latencies.push_back(NowNanos() - stamp.load(std::memory_order_relaxed));
@@ -62,7 +84,9 @@ void KeyEvent_Baseline(benchmark::State& state) {
             }
         });
         int64_t start = NowNanos();
+        while (receiverId == 0) std::this_thread::yield();
         for (size_t i = 0; i < kEvents; ++i) {
+            AwaitAsleep(receiverId);
             stamp.store(NowNanos(), std::memory_order_relaxed);
             word.store(1, std::memory_order_release);
             Futex(&word, FUTEX_WAKE, 1);
@@ -84,11 +108,21 @@ class LatencyCallback : public ITriggerKeyEventWrapperCallBack {
     }
     void OnKeyEvent(unsigned int, unsigned int sequence) override {
         int64_t now = NowNanos();
-        std::lock_guard<std::mutex> lock(mLock);
-        mLatencies.push_back(now - mStamps[sequence].load(std::memory_order_acquire));
-        if (mLatencies.size() == kEvents) mDone.notify_all();
+        {
+            std::lock_guard<std::mutex> lock(mLock);
+            mLatencies.push_back(now - mStamps[sequence].load(std::memory_order_acquire));
+            reader = ThreadId();
+        }
+        mDone.notify_all();
     }
     void OnPreKeyEvent(unsigned int, unsigned int) override {}
+    std::atomic<pid_t> reader{0};  // the module's reader thread, once it delivered
+
+    // Sleeps until `count` events were delivered, as the baseline's sender sleeps for its answer.
+    void WaitDelivered(size_t count) {
+        std::unique_lock<std::mutex> lock(mLock);
+        mDone.wait(lock, [&] { return mLatencies.size() >= count; });
+    }
 
     std::vector<int64_t> Wait() {
         std::unique_lock<std::mutex> lock(mLock);
@@ -121,7 +155,13 @@ void KeyEvent_HWTrigger(benchmark::State& state) {
             stamps[r[0].second].store(NowNanos(), std::memory_order_release);
         });
         int64_t start = NowNanos();
-        for (uint32_t i = 0; i < kEvents; ++i) sim.trigger()->Press(1, 0, i);
+        for (uint32_t i = 0; i < kEvents; ++i) {
+            // The reader is done with the previous event, then asleep; it starts asleep.
+            callback.WaitDelivered(i);
+            if (i == 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            if (i > 0) AwaitAsleep(callback.reader);
+            sim.trigger()->Press(1, 0, i);
+        }
         std::vector<int64_t> latencies = callback.Wait();
         int64_t total = NowNanos() - start;
         module->ReleaseHWTrigger();
