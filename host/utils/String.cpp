@@ -1,8 +1,7 @@
-#include <utils/String16.h>
-#include <utils/String8.h>
-
 #include <errno.h>
 #include <stdio.h>
+#include <utils/String16.h>
+#include <utils/String8.h>
 
 namespace android {
 
@@ -89,13 +88,15 @@ String16::String16(const char* utf8, size_t n) : mString(Utf8ToUtf16(utf8, n)) {
 
 String16::String16(const String8& s) : mString(Utf8ToUtf16(s.c_str(), s.size())) {}
 
-std::string String16::toUtf8() const {
+namespace {
+
+std::string Utf16ToUtf8(const std::u16string& text) {
     std::string out;
-    for (size_t i = 0; i < mString.size(); ++i) {
-        uint32_t c = mString[i];
-        if (c >= 0xD800 && c < 0xDC00 && i + 1 < mString.size() && mString[i + 1] >= 0xDC00 &&
-            mString[i + 1] < 0xE000) {
-            c = 0x10000 + ((c - 0xD800) << 10) + (mString[i + 1] - 0xDC00);
+    for (size_t i = 0; i < text.size(); ++i) {
+        uint32_t c = text[i];
+        if (c >= 0xD800 && c < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
+            text[i + 1] < 0xE000) {
+            c = 0x10000 + ((c - 0xD800) << 10) + (text[i + 1] - 0xDC00);
             ++i;
         }
         AppendUtf8(out, c);
@@ -103,7 +104,9 @@ std::string String16::toUtf8() const {
     return out;
 }
 
-String8::String8(const String16& s) : mString(s.toUtf8()) {}
+}  // namespace
+
+String8::String8(const String16& s) : mString(Utf16ToUtf8(std::u16string(s.c_str(), s.size()))) {}
 
 int String8::appendFormatV(const char* fmt, va_list args) {
     va_list copy;

@@ -1,12 +1,10 @@
 #include "FakeAidlLights.h"
 
+#include <binder/IServiceManager.h>
+#include <binder/Status.h>
 #include <stdio.h>
 
 #include "Timeline.h"
-
-#include <binder/IServiceManager.h>
-#include <binder/Status.h>
-
 #include "orvex/binder_services.h"
 
 namespace orvex {
@@ -39,7 +37,9 @@ std::vector<HwLight> FakeAidlLights::DefaultLights() {
     return {MakeLight(0, 0, static_cast<int>(LightType::NOTIFICATIONS)), MakeLight(1, 0, 100)};
 }
 
-std::string FakeAidlLights::InstanceName() { return ILights::descriptor.toUtf8() + "/default"; }
+std::string FakeAidlLights::InstanceName() {
+    return std::string(android::String8(ILights::descriptor).c_str()) + "/default";
+}
 
 android::sp<FakeAidlLights> FakeAidlLights::Register(std::vector<HwLight> lights, bool remote) {
     android::sp<FakeAidlLights> service = new FakeAidlLights(std::move(lights));

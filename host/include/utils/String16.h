@@ -10,7 +10,7 @@ namespace android {
 class String8;
 
 class String16 {
-public:
+  public:
     String16() = default;
     String16(const char16_t* s) : mString(s ? s : u"") {}
     String16(const char16_t* s, size_t n) : mString(s, n) {}
@@ -28,10 +28,10 @@ public:
     bool operator!=(const String16& o) const { return mString != o.mString; }
     bool operator<(const String16& o) const { return mString < o.mString; }
 
-    // The UTF-8 encoding.
-    std::string toUtf8() const;
+    // No UTF-8 accessor here: Android's String16 has none, so code that needs the text goes
+    // through String8(String16), as it must on a device.
 
-private:
+  private:
     std::u16string mString;
 };
 
