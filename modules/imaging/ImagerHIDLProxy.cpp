@@ -101,7 +101,10 @@ std::string ImagerHIDLProxy<T>::getEngineID() {
     if (sp_Imager != nullptr) {
         SF_LOGI("[ImagerHIDLProxy::getEngineID] getEngineID");
         // A service that died before answering leaves the text empty, which is reported below.
-        sp_Imager->getEngineID([&engineId](const hidl_string& id) { engineId = id.c_str(); })
+        sp_Imager
+            ->getEngineID([&engineId](const hidl_string& id) {
+                engineId = std::string(id.c_str(), id.size());  // every byte, as delivered
+            })
             .isOk();
         if (engineId.empty()) SF_LOGE("[ImagerHIDLProxy::getEngineID] Error at HIDL Service");
     } else {

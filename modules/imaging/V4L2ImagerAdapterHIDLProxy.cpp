@@ -243,7 +243,7 @@ char const* V4L2ImagerAdapterHIDLProxy::GetParameter(std::string name) {
         ->GetParameter(name,
                        [&](int32_t answer, const hidl_string& text) {
                            status = answer;
-                           if (!text.empty()) value = text.c_str();
+                           if (!text.empty()) value = std::string(text.c_str(), text.size());
                        })
         .isOk();
     if (status == -1) {

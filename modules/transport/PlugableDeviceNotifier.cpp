@@ -36,7 +36,7 @@ Return<void> PlugableNotifierCallback::OnConnectionChanged(bool event, const hid
         event ? 1 : 0, portName.c_str(), scannerType);
     // After a release the service may still hold this object: what reaches it then goes nowhere.
     m_PlugableHALCallback.Call([&](IPlugableHALCallBack* callback) {
-        callback->OnPlugableDeviceChanged(event, std::string(portName.c_str()),
+        callback->OnPlugableDeviceChanged(event, std::string(portName.c_str(), portName.size()),
                                           static_cast<int>(scannerType));
     });
     return Void();
@@ -161,7 +161,7 @@ std::string PlugableDeviceNotifier<T>::GetPortName() {
         sp_PlugableHal
             ->getPortName([&](int8_t replyStatus, const hidl_string& replyName) {
                 status = replyStatus;
-                portName = replyName.c_str();
+                portName = std::string(replyName.c_str(), replyName.size());
             })
             .isOk();
         if (status == -1) {

@@ -139,9 +139,9 @@ TEST(ImagerHIDLProxy, EachKindAssociatesOrSaysWhyNotAndPassesAnswersOrFailsEvery
         {kAdapter, true, {}, {}, adpGot + "I A:associateImagerAdapterHIDL] Acquired IImagerAdapter "
          "HIDL interface.\n" + kAdapterGone + "|getImager()|openImager() getImagerAdapter() "
          "closeImager()"},
-        // The module passes the imager's answers on: open, close, type and 'engine'.
-        {kModule, true, {}, {}, engine + "D M:getEngineID] ScannerID=31\n" + moduleGone +
-         "001'31'" + moduleCalls},
+        // The module passes the imager's answers on: open, close, type and 'engine', every byte.
+        {kModule, true, {}, {0, 0, std::string("3\0" "1", 3), 1}, engine + "D M:getEngineID] "
+         "ScannerID=3\n" + moduleGone + std::string("001'3\0" "1'", 8) + moduleCalls},
         {kModule, true, {}, {-1, 7, "", 2}, engine + "E M:getEngineID] Error at HIDL Service\n"
          "D M:getEngineID] ScannerID=\n" + moduleGone + "-172''" + moduleCalls}};
     for (Kind kind : {kModule, kControl, kAdapter}) {
