@@ -1,4 +1,4 @@
-// Shared pieces of the soak and fault-injection suites, all defined here.
+// Shared pieces of the soaks (and the timer suite's watched value), all defined here.
 #pragma once
 
 #include <dirent.h>
@@ -38,9 +38,8 @@ inline std::set<std::string> Entries(const char* dir) {
     return out;
 }
 
-// Entries of /proc/self/task (threads) and /proc/self/fd (open descriptors) right now.
+// The threads of this process right now.
 inline size_t ThreadCount() { return Entries("/proc/self/task").size(); }
-inline size_t DescriptorCount() { return Entries("/proc/self/fd").size(); }
 
 // The log sink while it exists: off, so that thousands of soak lines do not flood ctest's
 // output (an in-process capture still sees every record). Restores the sink afterwards.
