@@ -43,6 +43,9 @@ roots=(-r "vendor.tevrin.hardware:$root" -r "android.hidl:scripts/hidl-base/andr
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 hashes=$scratch/hashes
+# A package's Android.bp without comments, its partition read as ours: hidl-gen says product,
+# the interfaces go to system_ext with the library that links them.
+normal() { grep -vE '^\s*(//.*)?$' "$1" | sed 's/product_specific: true/system_ext_specific: true/'; }
 : >"$hashes"
 for package in $(cd "$root" && ls -d */*/ | sed 's#/$##'); do
   fq="vendor.tevrin.hardware.${package%/*}@${package#*/}"
@@ -53,8 +56,6 @@ for package in $(cd "$root" && ls -d */*/ | sed 's#/$##'); do
   hidl-gen -p "$scratch/tree" -L androidbp -r "vendor.tevrin.hardware:$root" \
     -r "android.hidl:$PWD/scripts/hidl-base/android/hidl" "$fq" ||
     fail "hidl-gen cannot write the Android.bp of $fq"
-  # Comments aside, ours differs from the generated one only in its partition.
-  normal() { grep -vE '^\s*(//.*)?$' "$1" | sed 's/product_specific: true/system_ext_specific: true/'; }
   if ! diff <(normal "$scratch/tree/$root/$package/Android.bp") <(normal "$root/$package/Android.bp") >/dev/null; then
     fail "$root/$package/Android.bp is not what hidl-gen generates (<) for $fq:"
     diff <(normal "$scratch/tree/$root/$package/Android.bp") <(normal "$root/$package/Android.bp") >&2 || true
