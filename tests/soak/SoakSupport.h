@@ -38,8 +38,6 @@ inline std::set<std::string> Entries(const char* dir) {
     return out;
 }
 
-// The threads of this process right now.
-inline size_t ThreadCount() { return Entries("/proc/self/task").size(); }
 
 // The log sink while it exists: off, so that thousands of soak lines do not flood ctest's
 // output (an in-process capture still sees every record). Restores the sink afterwards.
@@ -63,18 +61,20 @@ class QuietLog {
 // start with a process's first thread, and the time since.
 class Baseline {
   public:
-    Baseline() : threads_((std::thread([] {}).join(), ThreadCount())) {}
+    Baseline() : threads_((std::thread([] {}).join(), Entries("/proc/self/task"))) {}
 
     // Every thread made since is gone, but the runtime's pool threads (two at most, as the
     // scanning service configures them), which stay for the life of the process as libhidl's
-    // do; and no descriptor is open that was not open then. Descriptors are compared by number
-    // and what they refer to, not counted, so that one an earlier soak left closing late does
-    // not hide a new one or count as one. Then reports `figures` and the time since, as
+    // do; and no descriptor is open that was not open then. Threads and descriptors are
+    // compared by identity, not counted, so that one an earlier step left ending late does not
+    // hide a new one or count as one. Then reports `figures` and the time since, as
     // properties of the test's report.
     void End(std::initializer_list<std::pair<const char*, size_t>> figures) const {
         const size_t pool = orvex::hidl::RpcThreadCount();
         EXPECT_LE(pool, 2u);
-        EXPECT_EQ(threads_ + (pool - pool_), ThreadCount());
+        size_t made = 0;
+        for (const std::string& t : Entries("/proc/self/task")) made += threads_.count(t) == 0;
+        EXPECT_EQ(pool - pool_, made);
         std::vector<std::string> opened;
         for (const std::string& d : Entries("/proc/self/fd"))
             if (descriptors_.count(d) == 0) opened.push_back(d);
@@ -86,7 +86,7 @@ class Baseline {
     }
 
   private:
-    const size_t threads_;
+    const std::set<std::string> threads_;
     const std::set<std::string> descriptors_ = Entries("/proc/self/fd");
     const size_t pool_ = orvex::hidl::RpcThreadCount();
     const std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
