@@ -155,7 +155,9 @@ Return<void> FakeImagerAdapter::GetParameter(const hidl_string& name, GetParamet
     {
         std::lock_guard<std::mutex> lock(mLock);
         auto it = mParameters.find(name.c_str());
-        if (it != mParameters.end()) answer = it->second;
+        // A name the service does not know gets no answer at all.
+        if (it == mParameters.end()) return Void();
+        answer = it->second;
     }
     _hidl_cb(answer.status, answer.value);
     return Void();

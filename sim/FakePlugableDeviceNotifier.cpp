@@ -46,8 +46,11 @@ Return<uint8_t> FakePlugableDeviceNotifier::registerNotifierCallback(
                 ", " + std::to_string(scannerType) + ")");
     sp<IPlugableNotifierCallback> previous;  // released outside the lock
     std::lock_guard<std::mutex> lock(mLock);
-    previous = std::move(mCallback);
-    mCallback = callback;
+    // A refused registration leaves the earlier one in force.
+    if (mRegisterResult != 0) {
+        previous = std::move(mCallback);
+        mCallback = callback;
+    }
     return mRegisterResult;
 }
 

@@ -238,12 +238,13 @@ char const* V4L2ImagerAdapterHIDLProxy::GetParameter(std::string name) {
     }
     std::string value = "Unsupported Parameter";
     int32_t status = 0;
-    // A service that died before answering leaves the default, as one that knows no value does.
+    // A service that died before answering leaves the default; a delivered value, even an
+    // empty one, is the answer.
     sp_ImagerAdapterHIDL
         ->GetParameter(name,
                        [&](int32_t answer, const hidl_string& text) {
                            status = answer;
-                           if (!text.empty()) value = std::string(text.c_str(), text.size());
+                           value = std::string(text.c_str(), text.size());
                        })
         .isOk();
     if (status == -1) {

@@ -65,7 +65,7 @@ PlugableDeviceNotifier<T>::~PlugableDeviceNotifier() {
     SF_LOGD("[PlugableDeviceNotifier<T>::PlugableDeviceNotifier()] dtor");
     sp_PlugableHal = nullptr;
     sp_IDCHWManager = nullptr;
-    closeNotifierCallback();
+    closeNotifierCallbacks();
     sp_PlugableNotifierCallback = nullptr;
 }
 
@@ -111,16 +111,20 @@ template <AndroidVersion T>
 void PlugableDeviceNotifier<T>::disassociate() {
     SF_LOGD("[PlugableDeviceNotifier<T>::disassociate]");
     b_PlugableInit = false;
-    closeNotifierCallback();
+    closeNotifierCallbacks();
     sp_PlugableNotifierCallback = nullptr;
     sp_IDCHWManager = nullptr;
     sp_PlugableHal = nullptr;
 }
 
 template <AndroidVersion T>
-void PlugableDeviceNotifier<T>::closeNotifierCallback() {
-    // The service may keep calling the object it was given; the caller may destroy its callback
+void PlugableDeviceNotifier<T>::closeNotifierCallbacks() {
+    // The service may keep calling the objects it was given; the caller may destroy its callback
     // as soon as this instance lets go of it, so nothing may reach it from then on.
+    for (const auto& given : m_GivenCallbacks) {
+        given->clearPlugableHALCallback();
+    }
+    m_GivenCallbacks.clear();
     if (sp_PlugableNotifierCallback != nullptr) {
         sp_PlugableNotifierCallback->clearPlugableHALCallback();
     }
@@ -137,11 +141,20 @@ template <AndroidVersion T>
 bool PlugableDeviceNotifier<T>::InitializeSSI(IPlugableHALCallBack* callback, ScannerType type) {
     SF_LOGD("[PlugableDeviceNotifier<T>::InitializeSSI] scanner:%d ++", static_cast<int>(type));
     if (sp_PlugableHal != nullptr) {
-        closeNotifierCallback();
+        // The new object replaces the held one, but an earlier registration stays in force (and
+        // its object open) until the service accepts a new one: a refused or null registration
+        // leaves the caller's earlier callback reached.
         sp_PlugableNotifierCallback = new PlugableNotifierCallback();
         if (sp_PlugableNotifierCallback->setPlugableHALCallback(callback)) {
             uint8_t registered = sp_PlugableHal->registerNotifierCallback(
                 sp_PlugableNotifierCallback, static_cast<int32_t>(type));
+            if (registered != 0) {
+                for (const auto& replaced : m_GivenCallbacks) {
+                    replaced->clearPlugableHALCallback();
+                }
+                m_GivenCallbacks.clear();
+            }
+            m_GivenCallbacks.push_back(sp_PlugableNotifierCallback);
             return registered != 0;
         }
     }

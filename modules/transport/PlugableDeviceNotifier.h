@@ -16,6 +16,7 @@
 #include <vendor/tevrin/hardware/dchwmanager/1.0/IPlugableNotifierCallback.h>
 
 #include <string>
+#include <vector>
 
 #include "CallGate.h"
 #include "ComponentIndex.h"
@@ -88,11 +89,14 @@ class PlugableDeviceNotifier : public IPlugableDeviceModule {
 
     bool associatePlugableDeviceNotifier();
     void disassociate();
-    void closeNotifierCallback();
+    void closeNotifierCallbacks();
 
     android::sp<vendor::tevrin::hardware::dchwmanager::V1_0::IPlugableDeviceNotifier>
         sp_PlugableHal;
     android::sp<vendor::tevrin::hardware::dchwmanager::V1_0::IDCHWManager> sp_IDCHWManager;
     android::sp<PlugableNotifierCallback> sp_PlugableNotifierCallback;
+    // Every callback object given to the service that it may still call: each keeps reaching
+    // the caller until an accepted registration replaces it, a release or the destructor.
+    std::vector<android::sp<PlugableNotifierCallback>> m_GivenCallbacks;
     bool b_PlugableInit;
 };

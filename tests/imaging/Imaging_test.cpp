@@ -302,14 +302,16 @@ TEST(V4L2ImagerAdapterHIDLProxy, PassesTheServicesAnswersOnAndLogsItsErrors) {
     // Parameters come from the service, with their defaults; a refused one is not stored.
     s->fake.SetParameterAnswer("broken", -1, "ignored");
     s->fake.SetParameterAnswer("odd", 7, "odd value");
+    s->fake.SetParameterAnswer("blank", 0, "");
     out << +a.SetParameter("exposure", "120");
     s->fake.SetAnswers({0, 0, 0, 0, 0, 0, 0, 9});  // setParameter
     out << +a.SetParameter("gain", "3");
-    for (const char* name : {"exposure", "gain", "unknown", "odd", "broken"})
+    for (const char* name : {"exposure", "gain", "unknown", "odd", "blank", "broken"})
         out << "|" << a.GetParameter(name);
     EXPECT_EQ(
         "SetParameter(exposure, 120) SetParameter(gain, 3) GetParameter(exposure) "
-        "GetParameter(gain) GetParameter(unknown) GetParameter(odd) GetParameter(broken)|"
+        "GetParameter(gain) GetParameter(unknown) GetParameter(odd) GetParameter(blank) "
+        "GetParameter(broken)|"
         "E A:GetParameter] Error at HIDL Service (Control.so instance is NULL)\n",
         seen());
 
@@ -323,7 +325,7 @@ TEST(V4L2ImagerAdapterHIDLProxy, PassesTheServicesAnswersOnAndLogsItsErrors) {
         << +s->adapter->Disable();
     EXPECT_EQ(
         "0,0 3,3 1,255 254,254 00000000 09|120|Unsupported Parameter|Unsupported "
-        "Parameter|odd value|Error - Unable to Get Parameter 006|"
+        "Parameter|odd value||Error - Unable to Get Parameter 006|"
         "E A:StartStreaming] Error in Adapter HIDL API StartStreaming  2\n"
         "E A:StartStreaming] Error in Adapter HIDL API PrepAcquisition is 3\n"
         "E A:StartStreaming] Error in Adapter HIDL API PostAcquisition is -4\n"

@@ -8,6 +8,7 @@
 #include <orvex/hidl_registry.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <future>
 #include <map>
 #include <set>
@@ -57,6 +58,11 @@ std::string Lines(const std::vector<Entry>& log) {
 // An operation's result as the scripts write it.
 std::string Text(std::string text) { return text; }
 std::string Text(long long value) { return std::to_string(value); }
+// Scripts write a NUL byte of a text as '~'.
+std::string Nul(std::string text, char from) {
+    std::replace(text.begin(), text.end(), from, from == '~' ? '\0' : '~');
+    return text;
+}
 
 int Int(const std::string& text) { return std::stoi(text); }
 uint8_t U8(const std::string& text) { return std::stoi(text); }
@@ -86,7 +92,7 @@ class Recorder : public ISerialDataCallBack, public IPlugableHALCallBack {
         Heard(FormatBytes(data, size));
     }
     void OnPlugableDeviceChanged(bool connected, const std::string& port, int type) override {
-        Heard(Text(connected) + "," + port + "," + Text(type));
+        Heard(Text(connected) + "," + Nul(port, '\0') + "," + Text(type));
     }
     // What was heard since the last call.
     std::string Take() {
@@ -229,7 +235,8 @@ const Scenario kScenarios[] = {
      "[PlugableNotifierCallback::OnConnectionChanged] event:1, portName:/dev/ttyACM0, "
      "scannerType:2\n|D [PlugableNotifierCallback::OnConnectionChanged] event:0, portName:port "
      "with spaces, scannerType:-128\n; p.raise(0,/dev/ttyACM0,-1)=1; p.raise(1,,127)=1; "
-     "heard=1,/dev/ttyACM0,2|0,port with spaces,-128|0,/dev/ttyACM0,-1|1,,127; log; p.rel=1; "
+     "p.raise(1,a~b,3)=1; heard=1,/dev/ttyACM0,2|0,port with spaces,-128|0,/dev/ttyACM0,-1|1,,127|"
+     "1,a~b,3; log; p.rel=1; "
      "log=D $ReleasePlugableDeviceNotifierInterface]|D $disassociate]; "
      "m.calls=getPlugableDeviceNotifier(); p.calls=registerNotifierCallback(cb, 2)|getPortName()"},
     // A second acquisition fails until released; the port name is the service's unless its status
@@ -240,7 +247,7 @@ const Scenario kScenarios[] = {
      "E $AcquirePlugableDeviceNotifierInterface] is not available; p.rel=1; p.acq=1; "
      "m.calls(getPlugableDeviceNotifier)=2; log; p.name(-1,)=WrongPort; "
      "p.name(1,/dev/ttyUSB0)=/dev/ttyUSB0; p.name(-2,/dev/ttyACM3)=/dev/ttyACM3; "
-     "p.name(127,COM1)=COM1; log; p.name(-1,/dev/ttyUSB0)=WrongPort; p.name(0,)=; "
+     "p.name(127,COM1)=COM1; p.name(0,a~b)=a~b; log; p.name(-1,/dev/ttyUSB0)=WrongPort; p.name(0,)=; "
      "log=E $GetPortName] Error in port Name|E $GetPortName] port name WrongPort|"
      "E $GetPortName] port name "},
     // Without a service or a notifier nothing is acquired; registration needs the interface and a
@@ -259,9 +266,11 @@ const Scenario kScenarios[] = {
      "[PlugableNotifierCallbacki::PlugableNotifierCallback] ctor\n|D "
      "[PlugableNotifierCallbacki::~PlugableNotifierCallback] dtor\n; p.result(1); p.reg(7)=1; "
      "p.result(2); p.reg(7)=1; p.result(255); p.reg(7)=1; p.calls(registerNotifierCallback)=4"},
+    // A null or refused registration leaves the earlier one reaching the caller until a release.
     {"PlugableReleasedCallbackHearsNothing", "[PlugableDeviceNotifier<T>::",
-     "start; p.acq; p.reg; p.rel=1; p.raise=1; heard=; p.acq; p.reg; p.regnull(2)=0; p.rel=1; "
-     "p.raise=1; heard=; p.acq; p.reg; selfrelease(p)=11; heard=1,/dev/ttyUSB0,2; p.raise=1; "
+     "start; p.acq; p.reg; p.rel=1; p.raise=1; heard=; p.acq; p.reg; p.regnull(2)=0; p.raise=1; "
+     "heard=1,/dev/ttyUSB0,2; p.result(0); p.reg=0; p.raise=1; heard=1,/dev/ttyUSB0,2; p.rel=1; "
+     "p.raise=1; heard=; p.result(1); p.acq; p.reg; selfrelease(p)=11; heard=1,/dev/ttyUSB0,2; p.raise=1; "
      "heard=; p.acq; p.reg; p.delete; p.raise=1; heard="},
     // Without a handler nothing reaches the service; repeated Inits on a live service answer false
     // and keep the connection.
@@ -380,10 +389,10 @@ class TransportScript : public ::testing::TestWithParam<Scenario> {
             OP("p.reg", mPlug->InitializeSSI(&mRec, ScannerType(a.empty() ? 2 : Int(a[0])))),
             OP("p.regnull", mPlug->InitializeSSI(nullptr, ScannerType(Int(a[0])))),
             OP("p.result", (mNotifier->SetRegisterResult(Int(a[0])), "")),
-            OP("p.name", (a.empty() ? void() : mNotifier->SetPortName(Int(a[0]), a[1]),
-                          mPlug->GetPortName())),
+            OP("p.name", (a.empty() ? void() : mNotifier->SetPortName(Int(a[0]), Nul(a[1], '~')),
+                          Nul(mPlug->GetPortName(), '\0'))),
             OP("p.raise", a.empty() ? mNotifier->RaiseConnectionChanged(true, "/dev/ttyUSB0", 2)
-                          : mNotifier->RaiseConnectionChanged(a[0] == "1", a[1], Int(a[2]))),
+                          : mNotifier->RaiseConnectionChanged(a[0] == "1", Nul(a[1], '~'), Int(a[2]))),
             // The battery swap and camera vendor tag modules.
             OP("b.init", mBattery->Init()), OP("b.enter", mBattery->EnterBatterySwap()),
             OP("b.exit", mBattery->ExitBatterySwap()), OP("b.inswap", mHandler->InBatterySwap()),
