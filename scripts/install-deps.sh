@@ -10,6 +10,7 @@ packages=(
   blueprint-tools hidl-gen
   libgtest-dev libgmock-dev libbenchmark-dev
   python3
+  chromium chromium-driver python3-selenium
 )
 
 missing=()
