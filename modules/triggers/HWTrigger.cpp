@@ -7,6 +7,7 @@
 #include <hidl/HidlTransportSupport.h>
 
 #include <new>
+#include <thread>
 
 #include "ScannerLog.h"
 
@@ -143,9 +144,11 @@ bool HWTrigger<T>::AcquireHWTrigger() {
     if (!linked) {
         // The service died after handing out the queue and before the link: no notice will
         // ever come for that death, and without one the reader would wait forever on a dead
-        // queue. Handled here exactly as the notice would have handled it.
-        SF_LOGI("ISS [HW Trigger] DCHWManager Died");
-        return handlDCHWManagerDeath();
+        // queue. The notice is delivered here instead, as the runtime would have delivered it:
+        // on a thread of its own, while this acquisition returns as a linked one does.
+        std::thread([notifier = m_pDeathNotifier->notifier()] {
+            notifier->serviceDied(0, nullptr);
+        }).detach();
     }
     return true;
 }

@@ -62,6 +62,7 @@ const std::string kUnknown = "\1";
 // "back" (a new instance), "gone" (removed for good) or "notice" (the death notice is logged).
 std::string gDieAt, gThen;
 std::atomic<bool> gDied{false};
+std::atomic<pid_t> gLastCallThread{0};  // of the last call on a mortal fake
 void AfterDeath();
 
 void KillManager() { orvex::hidl::KillService(dch::IDCHWManager::descriptor, "default"); }
@@ -74,6 +75,7 @@ template <typename B>
 struct Mortal : B {
     using Base = B;
     bool Dies(const std::string& call, bool after = false) {
+        if (!after) gLastCallThread = gettid();
         if ((after ? "after " + call : call) != gDieAt || gDied.exchange(true)) return false;
         if constexpr (std::is_base_of_v<Fake, B>) {
             if (!after) this->calls().Add(call + "()");
@@ -386,6 +388,7 @@ std::string World::Do(const std::string& op) {
         OP("ResetPressed", trigger->ResetPressedTrigger()),
         OP("requeued", triggers.back()->calls().WaitFor("setKeyEventQueue", 1, kWait)),
         OP("started", triggers.back()->calls().Count("startTrigger")),
+        OP("bycaller", gLastCallThread == gettid()),
         IF(serial, "Acquire", serial->AcquireSerialInterface()),
         OP("Release", serial->ReleaseSerialInterface()),
         OP("Start", serial->StartTransport("/dev/ttyHS1", 9600, false)),
@@ -559,10 +562,11 @@ const char* const kRows[] = {
     "HWTrigger_DiesInAcquireTrigger_ProcessEnds: die:acquireTrigger; hw+; new; Initialize; Acquire",
     "HWTrigger_DiesInSetKeyEventQueue_ProcessEnds: die:setKeyEventQueue; hw+; new; Initialize; "
     "Acquire",
-    // No notice comes for a death before the link: the acquisition handles it itself.
+    // No notice comes for a death before the link: the acquisition hands it to a thread of its
+    // own, as a notice would arrive, and returns at once.
     "HWTrigger_DiesBeforeTheDeathLinkAndComesBack_Reconnects: die:after setKeyEventQueue then "
-    "back; hw+; new; log; Initialize=1; Acquire=1; count:ISS [HW Trigger] DCHWManager Died=1; "
-    "keys2=1; Release=1",
+    "back; hw+; new; log; Initialize=1; Acquire=1; requeued=1; bycaller=0; "
+    "count:ISS [HW Trigger] DCHWManager Died=1; keys2=1; Release=1",
     "HWTrigger_DiesBeforeTheDeathLinkForGood_ProcessEnds: die:after setKeyEventQueue then gone; "
     "hw+; new; Initialize; Acquire",
     "HWTrigger_DiesWhileConnectedAndComesBack_Reconnects: hw+; new; Initialize=1; Acquire=1; hw!; "
