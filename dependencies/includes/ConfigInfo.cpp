@@ -225,18 +225,26 @@ void FillDependencyTable() {
     doc.Clear();
 }
 
-// The table is filled by the first resolution of the process. A flag and a lock rather than
-// std::call_once, so that a host build can forget the table (ForgetConfigDependencies) and a
-// fill that an assertion hook unwound is simply made again.
+// The table is read from the file while it is empty: a file whose groups are all empty leaves
+// it so, and the next resolution reads the file again (and picks up what was added since). A
+// flag and a lock rather than std::call_once, so that a host build can forget the table
+// (ForgetConfigDependencies) and a fill that an assertion hook unwound is simply made again.
+// While the table is empty, lookups happen under the lock, since a fill may be under way.
 std::mutex g_fillLock;
 std::atomic<bool> g_filled{false};
 
-void FillOnce() {
-    if (g_filled.load(std::memory_order_acquire)) return;
-    std::lock_guard<std::mutex> lock(g_fillLock);
-    if (g_filled.load(std::memory_order_relaxed)) return;
-    FillDependencyTable();
-    g_filled.store(true, std::memory_order_release);
+// The stored text for `name`, or null when the table has none.
+const char* FindDependency(const char* name) {
+    const auto& table = ConfigInfoState::DependencyTable;
+    std::unique_lock<std::mutex> lock(g_fillLock, std::defer_lock);
+    if (!g_filled.load(std::memory_order_acquire)) {
+        lock.lock();
+        if (table.empty()) FillDependencyTable();
+        g_filled.store(!table.empty(), std::memory_order_release);
+    }
+    if (name == nullptr) return nullptr;
+    auto it = table.find(name);
+    return it != table.end() ? it->second : nullptr;
 }
 
 }  // namespace
@@ -252,11 +260,9 @@ void platform::host::ForgetConfigDependencies() {
 #endif
 
 std::string ConfigInfo::ResolveConfigDependency(const char* name) {
-    FillOnce();
+    const char* resolved = FindDependency(name);
     if (name == nullptr) return "";
-    const auto& table = ConfigInfoState::DependencyTable;
-    auto it = table.find(name);
-    if (it != table.end()) return it->second;
+    if (resolved != nullptr) return resolved;
     return QueryProperty(name);
 }
 

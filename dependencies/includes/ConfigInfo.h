@@ -17,7 +17,7 @@
 // load-time construction.
 namespace ConfigInfoState {
 
-// Dependency name -> resolved text, a heap copy that is never freed. Filled once per process.
+// Dependency name -> resolved text, a heap copy that is never freed. Read from the file while empty.
 static std::map<std::string, char*> DependencyTable;
 
 // The external-dependencies file while it is being read; cleared afterwards.

@@ -47,7 +47,11 @@ void Expect(const std::string& what, const Files& files, const Files& resolved,
     std::vector<std::string> args;
     std::string out;
     for (const auto& r : resolved) {
-        args.insert(args.end(), {r.first[0] == '/' ? "unlink" : "resolve", r.first});
+        args.insert(args.end(), {r.first[0] != '/'  ? "resolve"
+                                 : r.second.empty() ? "unlink"
+                                                    : "move",
+                                 r.first});
+        if (r.first[0] == '/' && !r.second.empty()) args.push_back(r.second);
         if (!fatal && r.first[0] != '/') out += r.second + "\n";
     }
     const std::string logPath = root.path() + "/caller.log";
@@ -124,6 +128,14 @@ TEST(ConfigInfo, ResolvesEveryGroupWithItsCarryOversAndFirstDefinitionWinning) {
             {kDeps, Document("<file><name>absolute</name><path>/system</path></file>")}},
            resolved, {}, "caller:remote");
     // clang-format on
+}
+
+// Device paths in `resolved` are removed, or moved over the path given with them.
+TEST(ConfigInfo, AFileWithOnlyEmptyGroupsIsReadAgainByTheNextResolution) {
+    const std::string next = "/system/etc/scanner/next.xml";
+    Expect("empty groups",
+           {{kDeps, Document("")}, {next, Document("<file><name>a</name><path>/p</path></file>")}},
+           {{"a", ""}, {next, kDeps}, {"a", "/p"}});
 }
 
 TEST(ConfigInfo, BinariesFollowTheAbi) {

@@ -44,11 +44,12 @@ int main(int argc, char** argv) {
         return 3;
     }
     auto version = reinterpret_cast<int (*)()>(dlsym(lib, "getPlatformVersion"));
-    auto count = reinterpret_cast<int (*)(PlatformModuleTag)>(dlsym(lib, "GetNumberOfPlatformModulesForTag"));
-    auto create =
-        reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag, const char*)>(dlsym(lib, "GetPlatformModule"));
-    auto abstracted =
-        reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag)>(dlsym(lib, "GetAbstractedPlatformModule"));
+    auto count = reinterpret_cast<int (*)(PlatformModuleTag)>(
+        dlsym(lib, "GetNumberOfPlatformModulesForTag"));
+    auto create = reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag, const char*)>(
+        dlsym(lib, "GetPlatformModule"));
+    auto abstracted = reinterpret_cast<IPlatformModule* (*)(PlatformModuleTag)>(
+        dlsym(lib, "GetAbstractedPlatformModule"));
     auto destroy = reinterpret_cast<void (*)(IPlatformModule*)>(dlsym(lib, "DeletePlatformModule"));
     // An exported class reached by its mangled name, as a C caller would.
     auto resolve = reinterpret_cast<std::string (*)(const char*)>(
@@ -61,8 +62,8 @@ int main(int argc, char** argv) {
         dlsym(lib, "_ZN13TimerProvider14CreateNewTimerEiPFvPS_EPv"));
     auto timerStart =
         reinterpret_cast<void (*)(TimerProvider*)>(dlsym(lib, "_ZN13TimerProvider5StartEv"));
-    if (!version || !count || !create || !abstracted || !destroy || !resolve ||
-        !timerInitialize || !timerDeInitialize || !timerCreate || !timerStart) {
+    if (!version || !count || !create || !abstracted || !destroy || !resolve || !timerInitialize ||
+        !timerDeInitialize || !timerCreate || !timerStart) {
         fprintf(stderr, "missing export\n");
         return 3;
     }
@@ -90,8 +91,8 @@ int main(int argc, char** argv) {
             int fired[2];
             if (pipe(fired) != 0) return 3;
             timerInitialize();
-            TimerProvider* timer = timerCreate(atoi(argv[++i]), OnTimer,
-                                               reinterpret_cast<void*>(intptr_t{fired[1]}));
+            TimerProvider* timer =
+                timerCreate(atoi(argv[++i]), OnTimer, reinterpret_cast<void*>(intptr_t{fired[1]}));
             timerStart(timer);
             struct pollfd wait = {fired[0], POLLIN, 0};
             printf("%s\n", poll(&wait, 1, 10000) == 1 ? "fired" : "timeout");
@@ -99,6 +100,12 @@ int main(int argc, char** argv) {
             timerDeInitialize();
             close(fired[0]);
             close(fired[1]);
+        } else if (cmd == "move" && i + 2 < argc) {  // one device file over another
+            const char* root = getenv("ORVEX_DEVICE_ROOT");
+            const std::string from = std::string(root != nullptr ? root : "") + argv[++i];
+            if (rename(from.c_str(),
+                       (std::string(root != nullptr ? root : "") + argv[++i]).c_str()))
+                return perror("rename"), 2;
         } else if (cmd == "unlink" && i + 1 < argc) {
             const char* root = getenv("ORVEX_DEVICE_ROOT");
             std::string path = std::string(root != nullptr ? root : "") + argv[++i];
