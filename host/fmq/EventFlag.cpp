@@ -32,25 +32,31 @@ int64_t monotonicNanos() {
     return int64_t{now.tv_sec} * 1000000000 + now.tv_nsec;
 }
 
+// Now plus `timeout` on the monotonic clock, held within [0, INT64_MAX].
+int64_t deadlineAfter(int64_t timeout) {
+    int64_t at;
+    if (__builtin_add_overflow(monotonicNanos(), timeout, &at)) return INT64_MAX;
+    return at < 0 ? 0 : at;
+}
+
 }  // namespace
+
+EventFlag::~EventFlag() = default;
 
 status_t EventFlag::createEventFlag(int fd, off_t offset, EventFlag** eventFlag) {
     if (eventFlag == nullptr) return BAD_VALUE;
     *eventFlag = nullptr;
-    long page = sysconf(_SC_PAGESIZE);
-    off_t base = offset - offset % page;
-    size_t length = static_cast<size_t>(offset - base) + sizeof(uint32_t);
-    void* map = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd, base);
+    // As libfmq, the word is mapped at `offset` itself, which must therefore be page-aligned.
+    void* map = mmap(nullptr, sizeof(uint32_t), PROT_READ | PROT_WRITE, MAP_SHARED, fd, offset);
     if (map == MAP_FAILED) {
         status_t status = -errno;
-        __android_log_print(ANDROID_LOG_ERROR, kTag, "mmap failed: %s", strerror(errno));
+        __android_log_print(ANDROID_LOG_ERROR, kTag, "Attempt to mmap event flag word failed: %s",
+                            strerror(errno));
         return status;
     }
-    auto* word =
-        reinterpret_cast<std::atomic<uint32_t>*>(static_cast<char*>(map) + (offset - base));
-    *eventFlag = new (std::nothrow) EventFlag(word, true);
+    *eventFlag = new (std::nothrow) EventFlag(static_cast<std::atomic<uint32_t>*>(map), true);
     if (*eventFlag == nullptr) {
-        munmap(map, length);
+        munmap(map, sizeof(uint32_t));
         return NO_MEMORY;
     }
     return OK;
@@ -66,22 +72,21 @@ status_t EventFlag::createEventFlag(std::atomic<uint32_t>* efWordPtr, EventFlag*
 
 status_t EventFlag::deleteEventFlag(EventFlag** eventFlag) {
     if (eventFlag == nullptr || *eventFlag == nullptr) return BAD_VALUE;
+    status_t status = OK;
+    if ((*eventFlag)->mEfWordNeedsUnmapping &&
+        munmap((*eventFlag)->mEfWordPtr, sizeof(uint32_t)) != 0) {
+        status = -errno;
+        __android_log_print(ANDROID_LOG_ERROR, kTag, "Error in deleting event flag group: %s",
+                            strerror(errno));
+    }
     delete *eventFlag;
     *eventFlag = nullptr;
-    return OK;
-}
-
-EventFlag::~EventFlag() {
-    if (mEfWordNeedsUnmapping) {
-        long page = sysconf(_SC_PAGESIZE);
-        uintptr_t address = reinterpret_cast<uintptr_t>(mEfWordPtr);
-        uintptr_t base = address - address % static_cast<uintptr_t>(page);
-        munmap(reinterpret_cast<void*>(base), address - base + sizeof(uint32_t));
-    }
+    return status;
 }
 
 status_t EventFlag::wake(uint32_t bitmask) {
-    if (bitmask == 0) return BAD_VALUE;
+    // Nothing to set is nothing to do, and no error: callers wake with whatever mask they hold.
+    if (bitmask == 0) return OK;
     uint32_t old = mEfWordPtr->fetch_or(bitmask, std::memory_order_acq_rel);
     if ((~old & bitmask) == 0) return OK;
     if (futex(mEfWordPtr, FUTEX_WAKE_BITSET, INT_MAX, nullptr, bitmask) == -1) {
@@ -94,6 +99,7 @@ status_t EventFlag::wake(uint32_t bitmask) {
 }
 
 status_t EventFlag::waitOnce(uint32_t bitmask, uint32_t* efState, int64_t timeoutNanoSeconds) {
+    if (bitmask == 0 || efState == nullptr) return BAD_VALUE;
     uint32_t old = mEfWordPtr->fetch_and(~bitmask, std::memory_order_acq_rel);
     if ((old & bitmask) != 0) {
         *efState = old & bitmask;
@@ -103,8 +109,9 @@ status_t EventFlag::waitOnce(uint32_t bitmask, uint32_t* efState, int64_t timeou
     // kernel refuse the wait (EAGAIN) instead of losing it.
     struct timespec deadline;
     struct timespec* timeout = nullptr;
-    if (timeoutNanoSeconds > 0) {
-        int64_t at = monotonicNanos() + timeoutNanoSeconds;
+    if (timeoutNanoSeconds != 0) {
+        // A deadline already past (a negative time-out) makes the kernel time out at once.
+        int64_t at = deadlineAfter(timeoutNanoSeconds);
         deadline.tv_sec = at / 1000000000;
         deadline.tv_nsec = at % 1000000000;
         timeout = &deadline;
@@ -125,12 +132,14 @@ status_t EventFlag::waitOnce(uint32_t bitmask, uint32_t* efState, int64_t timeou
 
 status_t EventFlag::wait(uint32_t bitmask, uint32_t* efState, int64_t timeoutNanoSeconds,
                          bool retry) {
-    if (bitmask == 0 || efState == nullptr) return BAD_VALUE;
     if (!retry) return waitOnce(bitmask, efState, timeoutNanoSeconds);
-    int64_t deadline = timeoutNanoSeconds > 0 ? monotonicNanos() + timeoutNanoSeconds : 0;
+    // With retries, the time-out is checked before every attempt, so a negative one times out
+    // before even the bits already set are looked at, as in libfmq.
+    if (efState == nullptr) return BAD_VALUE;
+    int64_t deadline = deadlineAfter(timeoutNanoSeconds);
     for (;;) {
         int64_t remaining = 0;
-        if (deadline != 0) {
+        if (timeoutNanoSeconds != 0) {
             remaining = deadline - monotonicNanos();
             if (remaining <= 0) {
                 *efState = 0;

@@ -25,9 +25,12 @@ namespace hardware {
 namespace details {
 // A new memfd of `bytes` bytes, or -1 (logged).
 int createQueueMemory(size_t bytes);
-// Maps `bytes` of `fd` shared for reading and writing; null on failure (logged).
-void* mapQueueMemory(int fd, size_t bytes);
-void unmapQueueMemory(void* address, size_t bytes);
+// Maps grantor `index` of a queue whose memory `handle` holds: null (logged) when the grantor
+// names a descriptor the handle lacks, is not word-aligned, is too small for what it holds, or
+// reaches beyond what can be mapped or beyond the memory itself. Descriptors may come from
+// another process, so none of this is trusted.
+void* mapGrantor(const native_handle_t* handle, const GrantorDescriptor& grantor, size_t index);
+void unmapGrantor(void* address, const GrantorDescriptor& grantor);
 // Logs a queue error under the "FMQ" tag.
 void logQueueError(const char* message);
 }  // namespace details
@@ -45,7 +48,8 @@ class MessageQueue final {
     MessageQueue(size_t numElementsInQueue, bool configureEventFlagWord = false);
 
     // The queue that `desc` describes, over the same memory (mapped anew). With
-    // `resetPointers`, the queue starts empty.
+    // `resetPointers`, the queue starts empty. Invalid when the descriptor does not describe a
+    // queue of T that can be mapped whole.
     MessageQueue(const Descriptor& desc, bool resetPointers = true);
 
     ~MessageQueue();
@@ -71,11 +75,10 @@ class MessageQueue final {
     std::atomic<uint32_t>* getEventFlagWord() const { return mEvFlagWord; }
 
   private:
-    void map(bool resetPointers);
+    void initMemory(bool resetPointers);
+    void unmapAll();
 
     std::unique_ptr<Descriptor> mDesc;
-    void* mMapping = nullptr;
-    size_t mMappingSize = 0;
     std::atomic<uint64_t>* mReadPtr = nullptr;   // elements read so far, written by the reader
     std::atomic<uint64_t>* mWritePtr = nullptr;  // elements written so far, written by the writer
     std::atomic<uint32_t>* mEvFlagWord = nullptr;
@@ -100,53 +103,66 @@ MessageQueue<T, flavor>::MessageQueue(size_t numElementsInQueue, bool configureE
     }
     handle->data[0] = fd;
     mDesc.reset(new Descriptor(ringBytes, handle, sizeof(T), configureEventFlagWord));
-    map(true);
+    initMemory(true);
 }
 
 template <typename T, MQFlavor flavor>
-MessageQueue<T, flavor>::MessageQueue(const Descriptor& desc, bool resetPointers) {
-    if (!desc.isHandleValid() || desc.handle()->numFds < 1 ||
-        desc.countGrantors() < static_cast<size_t>(Descriptor::kMinGrantorCount) ||
-        desc.getQuantum() != sizeof(T) || desc.getSize() == 0 || desc.getSize() % sizeof(T) != 0) {
+MessageQueue<T, flavor>::MessageQueue(const Descriptor& desc, bool resetPointers)
+    : mDesc(new Descriptor(desc)) {
+    initMemory(resetPointers);
+}
+
+template <typename T, MQFlavor flavor>
+void MessageQueue<T, flavor>::initMemory(bool resetPointers) {
+    if (!mDesc->isHandleValid() ||
+        mDesc->countGrantors() < static_cast<size_t>(Descriptor::kMinGrantorCount) ||
+        mDesc->getQuantum() != sizeof(T) || mDesc->getSize() == 0 ||
+        mDesc->getSize() % sizeof(T) != 0) {
         details::logQueueError("Invalid descriptor for a message queue.");
         return;
     }
-    mDesc.reset(new Descriptor(desc));
-    if (!mDesc->isHandleValid()) {
-        mDesc.reset();
-        return;
-    }
-    map(resetPointers);
-}
-
-template <typename T, MQFlavor flavor>
-void MessageQueue<T, flavor>::map(bool resetPointers) {
-    size_t bytes = mDesc->mappedSize();
-    void* base = details::mapQueueMemory(mDesc->handle()->data[0], bytes);
-    if (base == nullptr) return;
-    mMapping = base;
-    mMappingSize = bytes;
     const auto& grantors = mDesc->grantors();
-    char* bytesBase = static_cast<char*>(base);
-    mReadPtr = reinterpret_cast<std::atomic<uint64_t>*>(bytesBase +
-                                                        grantors[Descriptor::READPTRPOS].offset);
-    mWritePtr = reinterpret_cast<std::atomic<uint64_t>*>(bytesBase +
-                                                         grantors[Descriptor::WRITEPTRPOS].offset);
-    if (grantors.size() > static_cast<size_t>(Descriptor::EVFLAGWORDPOS)) {
-        mEvFlagWord = reinterpret_cast<std::atomic<uint32_t>*>(
-            bytesBase + grantors[Descriptor::EVFLAGWORDPOS].offset);
+    auto map = [&](size_t index) {
+        return details::mapGrantor(mDesc->handle(), grantors[index], index);
+    };
+    mReadPtr = static_cast<std::atomic<uint64_t>*>(map(Descriptor::READPTRPOS));
+    mWritePtr = static_cast<std::atomic<uint64_t>*>(map(Descriptor::WRITEPTRPOS));
+    T* ring = static_cast<T*>(map(Descriptor::DATAPTRPOS));
+    bool wantsFlag = grantors.size() > static_cast<size_t>(Descriptor::EVFLAGWORDPOS);
+    if (wantsFlag) mEvFlagWord = static_cast<std::atomic<uint32_t>*>(map(Descriptor::EVFLAGWORDPOS));
+    if (mReadPtr == nullptr || mWritePtr == nullptr || ring == nullptr ||
+        (wantsFlag && mEvFlagWord == nullptr)) {
+        if (ring != nullptr) details::unmapGrantor(ring, grantors[Descriptor::DATAPTRPOS]);
+        unmapAll();
+        return;
     }
     mCapacity = mDesc->getSize() / sizeof(T);
     if (resetPointers) {
         mReadPtr->store(0, std::memory_order_release);
         mWritePtr->store(0, std::memory_order_release);
     }
-    mRing = reinterpret_cast<T*>(bytesBase + grantors[Descriptor::DATAPTRPOS].offset);
+    mRing = ring;
+}
+
+template <typename T, MQFlavor flavor>
+void MessageQueue<T, flavor>::unmapAll() {
+    const auto& grantors = mDesc->grantors();
+    details::unmapGrantor(mReadPtr, grantors[Descriptor::READPTRPOS]);
+    details::unmapGrantor(mWritePtr, grantors[Descriptor::WRITEPTRPOS]);
+    details::unmapGrantor(mRing, grantors[Descriptor::DATAPTRPOS]);
+    if (mEvFlagWord != nullptr) {
+        details::unmapGrantor(mEvFlagWord, grantors[Descriptor::EVFLAGWORDPOS]);
+    }
+    mReadPtr = mWritePtr = nullptr;
+    mEvFlagWord = nullptr;
+    mRing = nullptr;
 }
 
 template <typename T, MQFlavor flavor>
 MessageQueue<T, flavor>::~MessageQueue() {
-    if (mMapping != nullptr) details::unmapQueueMemory(mMapping, mMappingSize);
+    if (mDesc != nullptr && mDesc->countGrantors() >= static_cast<size_t>(Descriptor::kMinGrantorCount)) {
+        unmapAll();
+    }
 }
 
 template <typename T, MQFlavor flavor>

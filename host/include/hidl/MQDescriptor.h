@@ -29,6 +29,7 @@ struct GrantorDescriptor {
     uint64_t extent = 0;
 };
 
+// The descriptor's layout is libhidl's (32 bytes), since descriptors cross process boundaries.
 template <typename T, MQFlavor flavor>
 struct MQDescriptor {
     enum GrantorType : int { READPTRPOS = 0, WRITEPTRPOS, DATAPTRPOS, EVFLAGWORDPOS };
@@ -91,23 +92,17 @@ struct MQDescriptor {
     int32_t getFlags() const { return static_cast<int32_t>(mFlags); }
     bool isHandleValid() const { return mHandle != nullptr; }
     size_t countGrantors() const { return mGrantors.size(); }
-    const std::vector<GrantorDescriptor>& grantors() const { return mGrantors; }
+    const hidl_vec<GrantorDescriptor>& grantors() const { return mGrantors; }
     const native_handle_t* handle() const { return mHandle; }
     native_handle_t* handle() { return mHandle; }
 
-    // Bytes from the start of the memory to the end of its last grantor.
-    size_t mappedSize() const {
-        size_t end = 0;
-        for (const GrantorDescriptor& g : mGrantors) {
-            size_t e = g.offset + static_cast<size_t>(g.extent);
-            if (e > end) end = e;
-        }
-        return end;
-    }
-
+  private:
     static constexpr uint32_t kReadOffset = 0;
     static constexpr uint32_t kWriteOffset = 64;
     static constexpr uint32_t kEventFlagOffset = 128;
+
+  public:
+    // Where a new queue's ring starts in its memory.
     static constexpr uint32_t kDataOffset = 192;
 
   private:
@@ -118,11 +113,13 @@ struct MQDescriptor {
         std::swap(mFlags, o.mFlags);
     }
 
-    std::vector<GrantorDescriptor> mGrantors;
+    hidl_vec<GrantorDescriptor> mGrantors;
     native_handle_t* mHandle = nullptr;
     uint32_t mQuantum = 0;
     uint32_t mFlags = flavor;
 };
+
+static_assert(sizeof(GrantorDescriptor) == 24, "GrantorDescriptor crosses process boundaries");
 
 template <typename T>
 using MQDescriptorSync = MQDescriptor<T, kSynchronizedReadWrite>;
