@@ -9,6 +9,7 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -65,7 +66,7 @@ void SendMessage(uint32_t kind, TimerProvider* timer) {
             poll(&room, 1, -1);
             continue;
         }
-        SF_LOGE("[TimerProvider::SendMessage] write error: %i\n", errno);
+        // Any other failure (the service is not running) simply loses the request, quietly.
         return;
     }
 }
@@ -97,6 +98,25 @@ void WaitAndDrop(WaitLock* lock) {
 
 bool IsRegistered(TimerProvider* timer) {
     return TimerProvider::set_Containers->find(timer) != TimerProvider::set_Containers->end();
+}
+
+// Timer -> callbacks of it queued or running, beyond the first. A timer re-armed inside its
+// callback can expire again before the callback returns, and each expiry queues a callback:
+// the timer stays in flight (its container cell null, a destroy deferred) until the last of
+// them has returned. Touched only by the timer thread; never destroyed, since a timer thread
+// that nobody ended may still run at exit.
+std::map<TimerProvider*, int>& ExtraCallbacks() {
+    static auto* extra = new std::map<TimerProvider*, int>;
+    return *extra;
+}
+
+// Frees a timer, as a destroy does, except that nothing is printed.
+void FreeTimer(TimerProvider* timer) {
+    TimerProvider::set_Containers->erase(timer);
+    ExtraCallbacks().erase(timer);
+    timer->p_Context = nullptr;
+    delete timer->p_Container;
+    delete timer;
 }
 
 }  // namespace
@@ -294,6 +314,11 @@ void* TimerProvider::ThreadProc(void*) {
                         // The timer may be gone already; its address is only looked up.
                         if (timer == nullptr || !IsRegistered(timer)) break;
                         if (timer->p_Container == nullptr) break;
+                        if (auto extra = ExtraCallbacks().find(timer);
+                            extra != ExtraCallbacks().end()) {
+                            if (--extra->second == 0) ExtraCallbacks().erase(extra);
+                            break;  // another callback of it is still queued
+                        }
                         *timer->p_Container = timer;
                         if (timer->b_DestroyPending) OnDestroyTimer(timer);
                         break;
@@ -322,6 +347,7 @@ void* TimerProvider::ThreadProc(void*) {
                 SF_LOGE("[Timer::ThreadProc] pTimer->p_Container is NULL\n");
                 continue;
             }
+            if (*timer->p_Container == nullptr) ++ExtraCallbacks()[timer];
             *timer->p_Container = nullptr;
             OnTimerExpired(timer);
         }
@@ -354,11 +380,8 @@ void TimerProvider::OnDestroyTimer(TimerProvider* timer) {
         return;
     }
     if (timer->fd_TimerFD != -1) OnStopTimer(timer);
-    set_Containers->erase(timer);
     puts("Destroying timer");
-    timer->p_Context = nullptr;
-    delete timer->p_Container;
-    delete timer;
+    FreeTimer(timer);
 }
 
 void TimerProvider::OnStartTimer(TimerProvider* timer) {
@@ -436,11 +459,14 @@ void TimerProvider::OnExitThread() {
     const std::vector<TimerProvider*> timers(set_Containers->begin(), set_Containers->end());
     for (TimerProvider* timer : timers) {
         // The callback thread has ended before this message was sent, so an expiry still marked
-        // in flight was never delivered and nothing will report its return: destroy it now.
+        // in flight was never delivered and nothing will report its return. Its destroy would
+        // be deferred for ever: the timer is freed, without the destroy's line.
         if (timer->p_Container != nullptr && *timer->p_Container == nullptr) {
-            *timer->p_Container = timer;
+            if (timer->fd_TimerFD != -1) OnStopTimer(timer);
+            FreeTimer(timer);
+        } else {
+            OnDestroyTimer(timer);
         }
-        OnDestroyTimer(timer);
     }
     set_Containers->clear();
 }

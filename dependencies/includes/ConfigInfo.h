@@ -17,7 +17,8 @@
 // load-time construction.
 namespace ConfigInfoState {
 
-// Dependency name -> resolved text, a heap copy that is never freed. Read from the file while empty.
+// Dependency name -> resolved text, a heap copy that is never freed. Read from the file while
+// the table is empty.
 static std::map<std::string, char*> DependencyTable;
 
 // The external-dependencies file while it is being read; cleared afterwards.

@@ -29,19 +29,45 @@ using namespace orvex::sim;
 // timer), and the service leaves no thread or descriptor behind (leaks are ASan's part).
 // The stories, with their callbacks: started with a far deadline, stopped, destroyed (0);
 // fires, its creator waits for that and destroys it (1); fires, its callback destroys it (1);
-// its callback starts it again twice, then destroys it (3); its callback creates and starts a
+// its callback starts it again twice, then destroys it (3); its callback starts it again and
+// outlasts the new deadline, then destroys it, while a second callback may be queued (1 or 2);
+// its callback creates and starts a
 // child that destroys itself, then destroys itself (1, and 1 for the child); started and
 // stopped at once, then destroyed (0 or 1); created and destroyed (0).
-enum Story { kStoppedBeforeItFires, kOwnerDestroysAfterOne, kDestroysItself, kRestartsTwice,
-             kSpawnsAChild, kStopRacesExpiry, kNeverStarted, kStories };
+enum Story {
+    kStoppedBeforeItFires,
+    kOwnerDestroysAfterOne,
+    kDestroysItself,
+    kRestartsTwice,
+    kFiresAgainInItsCallback,
+    kSpawnsAChild,
+    kStopRacesExpiry,
+    kNeverStarted,
+    kStories
+};
 // The callbacks each story promises: least and most for the timer, and for its child.
-const struct { int least, most, child; } kPromised[kStories] = {
-    {0, 0, 0}, {1, 1, 0}, {1, 1, 0}, {3, 3, 0}, {1, 1, 1}, {0, 1, 0}, {0, 0, 0}};
+const struct {
+    int least, most, child;
+} kPromised[kStories] = {{0, 0, 0}, {1, 1, 0}, {1, 1, 0}, {3, 3, 0},
+                         {1, 2, 0}, {1, 1, 1}, {0, 1, 0}, {0, 0, 0}};
 
-struct Record { Story story; std::atomic<int> callbacks{0}, childCallbacks{0}; };
+struct Record {
+    Story story;
+    std::atomic<int> callbacks{0}, childCallbacks{0};
+};
 
 // Shared with the callbacks, which run on the service's callback thread: changed at each one.
 soak::Watched<int> gFired;
+// Timers destroyed so far: the service's own line for each, counted on its way to stdout.
+soak::Watched<size_t> gDestroyed;
+}  // namespace
+
+extern "C" int puts(const char* text) {
+    if (strcmp(text, "Destroying timer") == 0) gDestroyed.Change([](size_t& n) { ++n; });
+    return fputs(text, stdout) == EOF || fputc('\n', stdout) == EOF ? EOF : 1;
+}
+
+namespace {
 
 void OnChild(TimerProvider* timer) {
     static_cast<Record*>(timer->p_Context)->childCallbacks++;
@@ -55,9 +81,14 @@ void OnTimer(TimerProvider* timer) {
     auto* record = static_cast<Record*>(timer->p_Context);
     const int n = ++record->callbacks;
     if (record->story == kSpawnsAChild) TimerProvider::CreateNewTimer(1, OnChild, record)->Start();
+    if (record->story == kFiresAgainInItsCallback && n == 1) {
+        timer->Start();
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
     if (record->story == kRestartsTwice && n < 3)
         timer->Start();
-    else if (CallbackDestroys(record->story))
+    else if (CallbackDestroys(record->story) &&
+             (n == 1 || record->story != kFiresAgainInItsCallback))
         TimerProvider::DestroyTimer(timer);
     gFired.Change([](int&) {});
 }
@@ -99,8 +130,9 @@ TEST(TimerProviderSoak, TenThousandTimersFromFourThreadsAndFromCallbacksEachCall
                    r.childCallbacks >= kPromised[r.story].child;
         });
     }));
-    // Nothing is armed any more but what a racing stop may have let through: the service ends
-    // with every timer destroyed, by its owner, by itself, or by the end of the service.
+    // Every timer is destroyed by its owner or by itself; the end of the service finds none,
+    // also none whose second expiry is still queued.
+    EXPECT_TRUE(gDestroyed.WaitFor([&](size_t n) { return n == kTimers + kTimers / kStories; }));
     TimerProvider::DeInitialize();
     const std::string out = testing::internal::GetCapturedStdout();
 
@@ -119,7 +151,6 @@ TEST(TimerProviderSoak, TenThousandTimersFromFourThreadsAndFromCallbacksEachCall
     baseline.End({{"timers", kTimers + children}, {"stops_that_lost_the_race", racedThrough}});
 }
 
-
 // The hardware trigger through 1000 deaths of the hardware manager, each while keys are being
 // pressed: after every reconnection key events flow again, no event is delivered twice, every
 // death is handled once, and at the end the module has left no thread and no descriptor.
@@ -129,7 +160,9 @@ class CountingCallback : public ITriggerKeyEventWrapperCallBack {
   public:
     void OnKeyEvent(unsigned int round, unsigned int key) override { Add(round, key); }
     void OnPreKeyEvent(unsigned int round, unsigned int key) override { Add(round, key); }
-    void Add(unsigned round, unsigned key) { seen.Change([&](Keys& k) { ++k[{round, key}]; }); }
+    void Add(unsigned round, unsigned key) {
+        seen.Change([&](Keys& k) { ++k[{round, key}]; });
+    }
     bool WaitFor(unsigned int round, unsigned int key) {
         return seen.WaitFor([&](Keys& keys) { return keys.count({round, key}) != 0; });
     }
@@ -178,7 +211,6 @@ TEST(HWTriggerSoak, AThousandServiceDeathsWhileKeysArePressed) {
     EXPECT_EQ(kDeaths + 1, soak::Count(entries, "[IDCHWManager] Acquired ITrigger interface."));
     baseline.End({{"deaths", kDeaths}, {"keys_delivered", delivered}});  // reader, writer gone
 }
-
 
 // Serial data and pluggable-device changes flooding in from three service threads while the
 // caller releases and acquires the module 400 times, destroying its callback right after every
@@ -301,8 +333,10 @@ void Soak(const std::function<bool(uint64_t)>& send,
               (std::vector<size_t>{ledger.late, ledger.malformed, missing, repeated, misrouted}));
     // Each cycle waited for deliveries, so the flood did reach held modules.
     EXPECT_GE(delivered, kCycles * kDeliveriesPerCycle);
-    baseline.End({{"cycles", kCycles}, {"sent", sent[0] + sent[1] + sent[2]},
-                  {"delivered", delivered}, {"owed", owedCount}});
+    baseline.End({{"cycles", kCycles},
+                  {"sent", sent[0] + sent[1] + sent[2]},
+                  {"delivered", delivered},
+                  {"owed", owedCount}});
 }
 
 TEST(CallbackFloodSoak, SerialDataFromServiceThreadsWhileTheTransportIsReleasedAndReacquired) {
@@ -329,7 +363,8 @@ TEST(CallbackFloodSoak, SerialDataFromServiceThreadsWhileTheTransportIsReleasedA
 
 TEST(CallbackFloodSoak, PlugChangesFromServiceThreadsWhileTheNotifierIsReleasedAndReacquired) {
     HardwareManagerSim sim(false);
-    sp<orvex::sim::FakePlugableDeviceNotifier> notifier = new orvex::sim::FakePlugableDeviceNotifier;
+    sp<orvex::sim::FakePlugableDeviceNotifier> notifier =
+        new orvex::sim::FakePlugableDeviceNotifier;
     sim.AddBuilder([notifier](FakeDCHWManager& m) { m.SetPlugableDeviceNotifier(notifier); });
     sim.Start();
     PlugableDeviceNotifier<(AndroidVersion)10> module;
@@ -344,7 +379,6 @@ TEST(CallbackFloodSoak, PlugChangesFromServiceThreadsWhileTheNotifierIsReleasedA
         },
         [&] { ASSERT_TRUE(module.ReleasePlugableDeviceNotifier()); });
 }
-
 
 // Frames streaming from the simulated imager adapter while the caller ends and starts its scans
 // 300 times, as the scanning service does: every scan enables the adapter with a new image
@@ -460,8 +494,10 @@ TEST(FrameStreamSoak, ScansEndAndStartWhileFramesStream) {
             }
             // Nothing arrived since the last scan's Disable returned.
             ASSERT_EQ(delivered, fake.FramesDelivered());
-            callback = std::make_unique<ScanCallback>(ledger, cycle, FakeImagerAdapter::FrameBytes(
-                geometry.width, geometry.height, geometry.bitsPerPixel));
+            callback = std::make_unique<ScanCallback>(
+                ledger, cycle,
+                FakeImagerAdapter::FrameBytes(geometry.width, geometry.height,
+                                              geometry.bitsPerPixel));
             ASSERT_EQ(0, adapter->Enable(callback.get()));
             ASSERT_EQ(0, adapter->StartStreaming());
             ASSERT_TRUE(ledger.WaitFor([&](Scans& s) {
