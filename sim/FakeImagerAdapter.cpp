@@ -72,6 +72,16 @@ void FakeImagerAdapter::SetFrameRate(double framesPerSecond) {
     mChanged.notify_all();
 }
 
+bool FakeImagerAdapter::Streaming() const {
+    std::lock_guard<std::mutex> lock(mLock);
+    return mStreaming;
+}
+
+void FakeImagerAdapter::SetPainter(Painter painter) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mPainter = std::move(painter);
+}
+
 void FakeImagerAdapter::SetDeliveryObserver(std::function<void(uint64_t frame)> observer) {
     std::lock_guard<std::mutex> lock(mLock);
     mObserver = std::move(observer);
@@ -249,10 +259,12 @@ void FakeImagerAdapter::StreamLoop() {
         size_t bytes =
             FrameBytes(mPreviewSize.width, mPreviewSize.height, mPreviewSize.bitsPerPixel);
         std::function<void(uint64_t)> observer = mObserver;
+        Painter painter = mPainter;
+        const PreviewSize size = mPreviewSize;
         mDelivering = true;
         lock.unlock();
 
-        bool delivered = Deliver(callback, bytes, number);
+        bool delivered = Deliver(callback, bytes, number, size, painter);
         if (delivered && observer) observer(number);
         callback.clear();
 
@@ -264,7 +276,8 @@ void FakeImagerAdapter::StreamLoop() {
     }
 }
 
-bool FakeImagerAdapter::Deliver(const sp<IFrameCallback>& callback, size_t bytes, uint64_t number) {
+bool FakeImagerAdapter::Deliver(const sp<IFrameCallback>& callback, size_t bytes, uint64_t number,
+                                const PreviewSize& size, const Painter& painter) {
     int fd = memfd_create("orvex-frame", MFD_CLOEXEC);
     if (fd < 0) return false;
     if (ftruncate(fd, static_cast<off_t>(bytes)) != 0) {
@@ -274,7 +287,11 @@ bool FakeImagerAdapter::Deliver(const sp<IFrameCallback>& callback, size_t bytes
     if (bytes > 0) {
         void* data = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
         if (data != MAP_FAILED) {
-            FillPattern(static_cast<uint8_t*>(data), bytes, number);
+            if (painter) {
+                painter(static_cast<uint8_t*>(data), bytes, size, number);
+            } else {
+                FillPattern(static_cast<uint8_t*>(data), bytes, number);
+            }
             munmap(data, bytes);
         }
     }

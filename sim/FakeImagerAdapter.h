@@ -66,6 +66,11 @@ class FakeImagerAdapter : public ::vendor::tevrin::hardware::dchwmanager::V1_0::
 
     // Frames per second while streaming; 0 sends them back to back. 30 unless set.
     void SetFrameRate(double framesPerSecond);
+    // Fills a frame's `bytes` bytes instead of the pattern; runs on the streaming thread with the
+    // geometry of the frame. Null goes back to the pattern.
+    using Painter = std::function<void(uint8_t* data, size_t bytes, const PreviewSize& size,
+                                       uint64_t frame)>;
+    void SetPainter(Painter painter);
     // Called on the streaming thread after each delivery returned, with the frame's number.
     void SetDeliveryObserver(std::function<void(uint64_t frame)> observer);
 
@@ -77,6 +82,8 @@ class FakeImagerAdapter : public ::vendor::tevrin::hardware::dchwmanager::V1_0::
     // The geometry of the last Init or SetPreviewSize.
     PreviewSize CurrentPreviewSize() const;
     bool HasFrameCallback() const;
+    // Whether the client has streaming on; unlike IsStreaming, not recorded as a call.
+    bool Streaming() const;
 
     // IImagerAdapter.
     ::android::hardware::Return<int8_t> Init(const ::android::hardware::hidl_string& adapterClass,
@@ -112,7 +119,7 @@ class FakeImagerAdapter : public ::vendor::tevrin::hardware::dchwmanager::V1_0::
     void StreamLoop();
     // Makes frame `number` and hands it to `callback`; false when the callback is unreachable.
     static bool Deliver(const ::android::sp<IFrameCallback>& callback, size_t bytes,
-                        uint64_t number);
+                        uint64_t number, const PreviewSize& size, const Painter& painter);
 
     mutable std::mutex mLock;
     mutable std::condition_variable mChanged;
@@ -121,6 +128,7 @@ class FakeImagerAdapter : public ::vendor::tevrin::hardware::dchwmanager::V1_0::
     PreviewSize mPreviewSize;                      // GUARDED_BY(mLock)
     ::android::sp<IFrameCallback> mCallback;       // GUARDED_BY(mLock)
     std::function<void(uint64_t)> mObserver;       // GUARDED_BY(mLock)
+    Painter mPainter;                              // GUARDED_BY(mLock)
     std::chrono::nanoseconds mFrameInterval{std::chrono::nanoseconds(1000000000) /
                                             30};  // GUARDED_BY(mLock)
     bool mStreaming = false;                      // GUARDED_BY(mLock)

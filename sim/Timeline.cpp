@@ -17,6 +17,7 @@ struct State {
     std::mutex lock;
     std::chrono::steady_clock::time_point start;  // GUARDED_BY(lock)
     std::vector<Timeline::Event> events;          // GUARDED_BY(lock)
+    Timeline::Listener listener;                  // GUARDED_BY(lock)
 };
 
 State& TheState() {
@@ -26,10 +27,13 @@ State& TheState() {
 
 }  // namespace
 
-void Timeline::Begin() {
+void Timeline::Begin() { Begin(nullptr); }
+
+void Timeline::Begin(Listener listener) {
     State& s = TheState();
     std::lock_guard<std::mutex> lock(s.lock);
     s.events.clear();
+    s.listener = std::move(listener);
     s.start = std::chrono::steady_clock::now();
     s.active = true;
 }
@@ -45,7 +49,12 @@ void Timeline::Record(const std::string& service, const std::string& call) {
     const int thread = static_cast<int>(syscall(SYS_gettid));
     std::lock_guard<std::mutex> lock(s.lock);
     const double ms = std::chrono::duration<double, std::milli>(now - s.start).count();
-    s.events.push_back(Event{ms, thread, service, call});
+    // Under the lock, so that listeners see events in the order of their times.
+    if (s.listener) {
+        s.listener(Event{ms, thread, service, call});
+    } else {
+        s.events.push_back(Event{ms, thread, service, call});
+    }
 }
 
 std::vector<Timeline::Event> Timeline::Events() {

@@ -3,6 +3,7 @@
 // made it. Inactive (the default), recording costs one atomic load.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,8 +19,14 @@ public:
         std::string call;     // "startBeep()", "OnKeyEvent(1, 2)", ...
     };
 
+    using Listener = std::function<void(const Event& event)>;
+
     // Starts a new timeline (forgetting the previous one).
     static void Begin();
+    // Starts a new timeline whose events go to `listener` as they happen, on the recording
+    // thread, instead of being kept: a device that lives as long as its process would otherwise
+    // grow without end. The listener must not record or call into a fake.
+    static void Begin(Listener listener);
     static void End();
     static bool Active();
 
