@@ -110,10 +110,13 @@ bool DeviceInfo::LoadPlatformHWInfoRetrieverModule() {
     return false;
 }
 
+namespace {
+
 // Every property fact is read once through the resolver and cached; an empty answer means the
-// device cannot run the scanning stack, and each getter reports it at its own line.
-const std::string& DeviceInfo::ReadFact(std::string& cache, const char* name, int line,
-                                        const char* failure, const char* label) {
+// device cannot run the scanning stack, and each getter reports it at its own line. A free
+// function, so that it stays out of the exported class.
+const std::string& ReadFact(std::string& cache, const char* name, int line, const char* failure,
+                            const char* label) {
     if (cache.empty()) {
         cache = ConfigInfo::ResolveConfigDependency(name);
         if (cache.empty()) platform::AssertFramework(kSourcePath, line, failure);
@@ -121,6 +124,8 @@ const std::string& DeviceInfo::ReadFact(std::string& cache, const char* name, in
     }
     return cache;
 }
+
+}  // namespace
 
 std::string DeviceInfo::GetPlatformName() {
     return ReadFact(m_PlatformName, Constants::PLATFORM_STRING, 118, "GetPlatformName Failed",

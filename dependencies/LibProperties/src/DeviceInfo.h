@@ -56,8 +56,6 @@ private:
     typedef IPlatformModule* (*GetAbstractedPlatformModuleFunc)(PlatformModuleTag tag);
 
     bool LoadPlatformHWInfoRetrieverModule();
-    const std::string& ReadFact(std::string& cache, const char* name, int line,
-                                const char* failure, const char* label);
     bool IsRearCameraAvaialableCheckUsingNDK(ACameraManager* manager);
     bool IsFrontCameraAvaialableCheckUsingNDK(ACameraManager* manager);
     bool IsRearCameraAvaialableCheckUsingProperty(const char* property);

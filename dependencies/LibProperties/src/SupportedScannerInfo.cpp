@@ -54,12 +54,18 @@ bool SupportedScannerInfo::IsScannerAvailable(std::string name) {
     return false;
 }
 
-SupportedScanner* SupportedScannerInfo::EntryAt(int index) {
+namespace {
+
+// The entry at a position in key order, or null. A free function, so that it stays out of the
+// exported class.
+SupportedScanner* EntryAt(std::map<int, SupportedScanner>& scanners, int index) {
     if (index < 0) return nullptr;
-    auto it = masterScannerMap.begin();
-    for (int step = 0; step < index && it != masterScannerMap.end(); ++step) ++it;
-    return it != masterScannerMap.end() ? &it->second : nullptr;
+    auto it = scanners.begin();
+    for (int step = 0; step < index && it != scanners.end(); ++step) ++it;
+    return it != scanners.end() ? &it->second : nullptr;
 }
+
+}  // namespace
 
 std::string SupportedScannerInfo::GetScannerNameAt(int index) {
     if (!IsScannerListAvailable()) {
@@ -69,7 +75,7 @@ std::string SupportedScannerInfo::GetScannerNameAt(int index) {
         // End the process the same way every time instead of through undefined behaviour.
         abort();
     }
-    SupportedScanner* entry = EntryAt(index);
+    SupportedScanner* entry = EntryAt(masterScannerMap, index);
     std::string name = entry != nullptr ? entry->GetScannerName() : "";
     SF_LOGD("[SupportedScannerInfo::GetScannerNameAt] index=%d, ScannerName=%s\n", index,
             name.c_str());
@@ -82,7 +88,7 @@ std::string SupportedScannerInfo::GetScannerModelNameAt(int index) {
                 index);
         abort();
     }
-    SupportedScanner* entry = EntryAt(index);
+    SupportedScanner* entry = EntryAt(masterScannerMap, index);
     std::string model = entry != nullptr ? entry->GetScannerModel() : "";
     SF_LOGD("[SupportedScannerInfo::GetScannerModelNameAt] Scanner Model %s", model.c_str());
     return model;

@@ -36,8 +36,5 @@ public:
     virtual bool IsScannerListAvailable();
 
 private:
-    // The entry at a position in key order, or null.
-    SupportedScanner* EntryAt(int index);
-
     std::map<int, SupportedScanner> masterScannerMap;
 };
