@@ -1,0 +1,196 @@
+// The virtual handheld's API against the library in this process: what it refuses, and key
+// events that reach the caller exactly once, in order, across a hardware manager restart.
+
+#include <gtest/gtest.h>
+#include <httplib.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <utility>
+#include <vector>
+
+#include "ApiServer.h"
+#include "LiveDevice.h"
+#include "Platform.h"
+#include "PlatformModuleInterfaces.h"
+
+namespace orvex {
+namespace sim {
+namespace {
+
+using json = nlohmann::json;
+using KeyEvent = std::pair<unsigned, unsigned>;
+
+class Keys : public ITriggerKeyEventWrapperCallBack {
+  public:
+    void OnKeyEvent(unsigned int key, unsigned int value) override {
+        std::lock_guard<std::mutex> lock(mLock);
+        mEvents.emplace_back(key, value);
+        mChanged.notify_all();
+    }
+    void OnPreKeyEvent(unsigned int, unsigned int) override {}
+    // The events so far once there are `count` (or after 10 s).
+    std::vector<KeyEvent> WaitFor(size_t count) {
+        std::unique_lock<std::mutex> lock(mLock);
+        mChanged.wait_for(lock, std::chrono::seconds(10), [&] { return mEvents.size() >= count; });
+        return mEvents;
+    }
+    void Clear() {
+        std::lock_guard<std::mutex> lock(mLock);
+        mEvents.clear();
+    }
+
+  private:
+    std::mutex mLock;
+    std::condition_variable mChanged;
+    std::vector<KeyEvent> mEvents;
+};
+
+class SimLive : public ::testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        device = new LiveDevice("default");
+        device->Start();
+        server = new ApiServer(*device, "");
+        std::string error;
+        ASSERT_TRUE(server->Start(0, &error)) << error;
+        trigger = static_cast<IHWTriggerModule*>(
+            GetPlatformModule(PLATFORM_MODULE_HW_TRIGGER, "HWTrigger"));
+        ASSERT_TRUE(trigger->Initialize(&keys));
+        ASSERT_TRUE(trigger->AcquireHWTrigger());
+    }
+    static void TearDownTestSuite() {
+        trigger->ReleaseHWTrigger();
+        DeletePlatformModule(trigger);
+        delete server;
+        delete device;
+    }
+    void SetUp() override { keys.Clear(); }
+
+    static httplib::Result Post(const std::string& path, const std::string& body,
+                                const char* type = "application/json") {
+        httplib::Client client("127.0.0.1", server->port());
+        return client.Post(path.c_str(), body, type);
+    }
+    static int Press(const char* action, unsigned key) {
+        return Post("/api/trigger", json{{"action", action}, {"key", key}}.dump())->status;
+    }
+
+    static LiveDevice* device;
+    static ApiServer* server;
+    static IHWTriggerModule* trigger;
+    static Keys keys;
+};
+LiveDevice* SimLive::device;
+ApiServer* SimLive::server;
+IHWTriggerModule* SimLive::trigger;
+Keys SimLive::keys;
+
+TEST_F(SimLive, RefusesBadInputWithAMessageAndGoesOnWorking) {
+    const std::string pgm = "P5\n4 4\n255\n";
+    struct Case {
+        const char* method;
+        std::string path, body, type;
+        httplib::Headers headers;
+        int status;
+        std::string error;
+    } cases[] = {
+        {"POST", "/api/trigger", "{", "application/json", {}, 400,
+         "the body is not a JSON object; send {\"action\":\"press\"|\"release\",\"key\":N}"},
+        {"POST", "/api/trigger", "{\"action\":\"tap\"}", "application/json", {}, 400,
+         "unknown action \"tap\"; send \"press\" or \"release\""},
+        {"POST", "/api/trigger", "{\"key\":726}", "application/json", {}, 400,
+         "no action; send {\"action\":\"press\"} or {\"action\":\"release\"}"},
+        {"POST", "/api/trigger", "{\"action\":\"press\",\"key\":\"726\"}", "application/json", {},
+         400, "key must be a number, a scan code from trigger.keys in GET /api/state; leave it "
+              "out for the main trigger"},
+        {"POST", "/api/trigger", "{\"action\":\"press\",\"key\":5}", "application/json", {}, 400,
+         "key 5 is not a trigger key of this device; send one of [726,727,725] or no key for the "
+         "main trigger"},
+        {"POST", "/api/services/camera/kill", "", "text/plain", {}, 404,
+         "no service \"camera\" on this device; send a name that GET /api/state lists under "
+         "services"},
+        {"POST", "/api/services/audio/kill", "", "text/plain", {}, 409,
+         "audio cannot die on this simulated device; hardware_manager, beep and a HIDL light can"},
+        {"POST", "/api/serial/data", "{\"txt\":\"1\"}", "application/json", {}, 400,
+         "a JSON body must be {\"text\":\"...\"}; or send the bytes as they are with Content-Type "
+         "application/octet-stream"},
+        {"POST", "/api/serial/data", "0123", "application/octet-stream", {}, 409,
+         "no scanner is plugged; POST /api/serial/plug first"},
+        {"POST", "/api/imager/frames", "GIF89a", "image/gif", {}, 400,
+         "the body is neither a PNG nor a PGM image; send image/png or a binary PGM (P5)"},
+        {"POST", "/api/imager/frames", std::string("\x89PNG\r\n\x1a\n\0\0", 10), "image/png", {},
+         400, "the PNG cannot be read: read beyond end of data"},
+        {"POST", "/api/imager/frames", pgm + "short", "image/x-portable-graymap", {}, 400,
+         "the PGM cannot be read: Error reading row.  Short read of 1 bytes instead of 4"},
+        {"POST", "/api/imager/frames", std::string(ApiServer::kMaxBody + 1, 'x'),
+         "application/octet-stream", {}, 413, "the body is larger than 16 MiB; send a smaller one"},
+        {"GET", "/api/trigger", "", "", {}, 405, "/api/trigger takes POST, not GET"},
+        {"GET", "/api/events?since=x", "", "", {}, 400,
+         "Last-Event-ID or since must be the seq of a call event, a number"},
+        {"GET", "/api/state", "", "", {{"Host", "evil.example:80"}}, 403,
+         "Host \"evil.example:80\" is not this device's address; use http://127.0.0.1:PORT/"},
+        {"POST", "/api/trigger", "{\"action\":\"press\"}", "application/json",
+         {{"Origin", "http://evil.example"}}, 403,
+         "requests from pages of http://evil.example are refused; only the device's own page at "
+         "http://127.0.0.1:PORT/ may drive it"},
+    };
+    const std::string port = std::to_string(server->port());
+    httplib::Client client("127.0.0.1", server->port());
+    for (Case& c : cases) {
+        SCOPED_TRACE(std::string(c.method) + " " + c.path + " " + c.body.substr(0, 40));
+        auto res = c.method == std::string("GET")
+                       ? client.Get(c.path.c_str(), c.headers)
+                       : client.Post(c.path.c_str(), c.headers, c.body, c.type.c_str());
+        ASSERT_TRUE(res);
+        EXPECT_EQ(res->status, c.status);
+        for (size_t at; (at = c.error.find("PORT")) != std::string::npos;) {
+            c.error.replace(at, 4, port);
+        }
+        EXPECT_EQ(res->body, json({{"error", c.error}}).dump());
+    }
+    auto res = client.Get("/api/nothing");
+    EXPECT_EQ(res->status, 404);
+    auto state = client.Get("/api/state");
+    ASSERT_EQ(state->status, 200);
+    EXPECT_EQ(json::parse(state->body)["trigger"]["pressed"], json::array());
+}
+
+TEST_F(SimLive, ABurstOfPressesReachesTheCallerOnceEachInOrder) {
+    const std::vector<unsigned> codes = device->keys();
+    std::vector<KeyEvent> sent;
+    for (int i = 0; i < 1000; ++i) {
+        const KeyEvent event{codes[i / 2 % codes.size()], i % 2 == 0 ? 1u : 0u};
+        ASSERT_EQ(Press(event.second ? "press" : "release", event.first), 200) << i;
+        sent.push_back(event);
+    }
+    EXPECT_EQ(keys.WaitFor(sent.size()), sent);
+}
+
+TEST_F(SimLive, AHardwareManagerRestartWhileKeysAreHeldDeliversNothingTwice) {
+    ASSERT_EQ(Press("press", 726), 200);
+    ASSERT_EQ(Press("press", 727), 200);
+    ASSERT_EQ(keys.WaitFor(2).size(), 2u);
+    ASSERT_EQ(Post("/api/services/hardware_manager/kill", "")->status, 200);
+    EXPECT_EQ(Post("/api/services/hardware_manager/kill", "")->status, 409);
+    EXPECT_EQ(Press("release", 727), 409);
+    ASSERT_EQ(Post("/api/services/hardware_manager/restart", "")->status, 200);
+    // The caller takes the trigger again on its death notification, as on a device.
+    int status = 409;
+    for (int i = 0; i < 500 && status == 409; ++i) {
+        status = Press("release", 727);
+        if (status == 409) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ASSERT_EQ(status, 200);
+    ASSERT_EQ(Press("release", 726), 200);
+    const std::vector<KeyEvent> expected = {{726, 1}, {727, 1}, {727, 0}, {726, 0}};
+    EXPECT_EQ(keys.WaitFor(4), expected);
+    EXPECT_EQ(json::parse(httplib::Client("127.0.0.1", server->port()).Get("/api/state")->body)
+                  ["trigger"]["pressed"],
+              json::array());
+}
+
+}  // namespace
+}  // namespace sim
+}  // namespace orvex
