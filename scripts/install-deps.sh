@@ -6,7 +6,7 @@ set -euo pipefail
 
 packages=(
   cmake ninja-build g++ clang libclang-rt-14-dev
-  libtinyxml2-dev nlohmann-json3-dev libcpp-httplib-dev libpng-dev libnetpbm-dev
+  libtinyxml2-dev nlohmann-json3-dev libcli11-dev libcpp-httplib-dev libpng-dev libnetpbm-dev
   blueprint-tools hidl-gen
   libgtest-dev libgmock-dev libbenchmark-dev
   python3

@@ -3,7 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 #include <filesystem>
+#include <functional>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <regex>
@@ -90,40 +96,122 @@ TEST(Orvexctl, EveryCommandWorksOnEveryShippedProfile) {
     }
 }
 
-// check on a copy of the default profile with files changed: in each, every match of a regular
-// expression replaced.
-TEST(Orvexctl, CheckReportsEachWayTheServiceWouldStop) {
+// Every entry under `dir`, its type, mode, size, link target and a hash of its bytes, read
+// without following links or blocking on pipes: equal before and after means nothing changed.
+std::string Tree(const std::string& dir) {
+    std::string out;
+    for (const auto& e : fs::recursive_directory_iterator(dir)) {
+        struct stat st;
+        lstat(e.path().c_str(), &st);
+        out += e.path().string() + " " + std::to_string(st.st_mode) + " " +
+               std::to_string(st.st_size) + " " + std::to_string(st.st_mtime) + " " +
+               (S_ISLNK(st.st_mode) ? fs::read_symlink(e.path()).string() : "") +
+               (S_ISREG(st.st_mode) ? std::to_string(std::hash<std::string>()(
+                                          orvex::test::ReadFile(e.path())))
+                                    : "") + "\n";
+    }
+    return out;
+}
+
+// check on a copy of the default profile, broken one way per row: the exit status, a fragment
+// of the JSON report that names what to fix, and a root left exactly as it was.
+TEST(Orvexctl, CheckNamesWhatToFixInEveryBrokenRootAndNeverWritesIt) {
     const std::string deps = "/system/etc/scanner/ExternalDependencies.xml";
-    using Edit = std::vector<std::string>;  // file, regular expression, replacement
-    const std::string noModel = " stop GetProductModel Failed LibProperties/src/DeviceInfo 140";
+    const std::string settings = "/enterprise/device/settings/scanner/LogLevel.xml";
+    const std::string list = "/system/etc/scanner/ScannerList.xml";
+    const std::string triggers = "/system/etc/scanner/ScannerResourceConfig.xml";
+    const std::string prop = "/system/build.prop";
+    std::string r;  // the row's root
+    auto put = [&](const std::string& path, const std::string& text) {
+        fs::remove(r + path);
+        orvex::test::WriteFile(r + path, text);
+    };
+    auto edit = [&](const std::string& path, const std::string& re, const std::string& with) {
+        put(path, std::regex_replace(orvex::test::ReadFile(r + path), std::regex(re), with));
+    };
+    auto fifo = [&](const std::string& path) { fs::remove(r + path), mkfifo((r + path).c_str(), 0600); };
+    auto link = [&](const std::string& path, const std::string& to) {
+        fs::remove(r + path), fs::create_symlink(to, r + path);
+    };
+    auto timerAt = [&](const std::string& to) {
+        edit(deps, "/data/vendor/scanner/sctimerfifo", to);
+    };
+    using Build = std::function<void()>;
     // clang-format off
-    const std::pair<std::vector<Edit>, std::string> cases[] = {
-        {{{"/enterprise/device/settings/scanner/LogLevel.xml", "^[^]*", "<?xml version=\"1.0\"?>"}},
-         "false: settings stop Can't attach JVM to current thread. "
-         "PersistManager/src/XMLFilePersist 21"},
-        {{{deps, "^[^]*", ""}},
-         "false: dependencies stop ConfigInfo : Unable to load ExternalDependencies XML file "
-         "includes/ConfigInfo 121"},
-        // A device fact missing from the properties and with no default in the dependencies.
-        {{{"/system/build.prop", "ro.product.model=[^\n]*\n", ""},
-          {deps, "<name>ro.product.model</name>\\s*<value>[^<]*</value>",
-           "<name>ro.product.model</name><value></value>"}},
-         "false: GetProductModel" + noModel + ", scannerlist" + noModel + ", triggers" + noModel},
-        {{{"/system/etc/scanner/ScannerList.xml", "Android_13", "Android_99"}},
-         "false: scannerlist stop XMLParserUtil : No node in ScannerList XML with AndroidVersion = "
-         "Android_13 LibProperties/utility/XMLParserUtil 44"},
+    const std::tuple<const char*, Build, int, std::string> cases[] = {
+        {"settings without root element", [&] { put(settings, "<?xml version=\"1.0\"?>"); }, 1,
+         "\"detail\":\"Can't attach JVM to current thread.\",\"facts\":{},\"file\":\"" + settings +
+             "\",\"fix\":[\"" + settings + " has no root element"},
+        {"settings is a named pipe", [&] { fifo(settings); }, 1,
+         settings + " is a named pipe, which the tool never opens: the library reads it as it loads"},
+        {"settings is a symlink to the PC's /dev/zero", [&] { link(settings, "/dev/zero"); }, 0,
+         "\"leftOut\":[]"},
+        {"settings LogLevel with a tail", [&] { edit(settings, ">[0-9]+<", ">7abc<"); }, 0,
+         "\"line\":3,\"text\":\"LogLevel \\\"7abc\\\" is read as 7\""},
+        {"dependencies file empty", [&] { put(deps, ""); }, 1,
+         "Unable to load ExternalDependencies XML file"},
+        {"dependencies file is a directory", [&] { fs::remove(r + deps), fs::create_directory(r + deps); }, 1,
+         deps + " is a directory, not a file"},
+        {"dependencies file in a symlink loop", [&] { link(deps, "Loop.xml"), link("/system/etc/scanner/Loop.xml", deps); }, 1,
+         deps + " is a symlink loop"},
+        {"dependencies file an absolute symlink inside the root",
+         [&] { fs::rename(r + deps, r + "/system/Deps.xml"), link(deps, "/system/Deps.xml"); }, 0, "\"causes\":0"},
+        {"dependencies file an absolute symlink to the PC's /etc", [&] { link(deps, "/etc/hostname"); }, 1,
+         deps + " is missing (the link leads to /etc/hostname)"},
+        {"dependencies file over the size limit", [&] { fs::resize_file(r + deps, 65 << 20); }, 1,
+         "a file of 68157440 bytes, over the 64 MiB the tool reads"},
+        {"a socket in the root", [&] {
+             int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+             sockaddr_un a{AF_UNIX, {}};
+             snprintf(a.sun_path, sizeof a.sun_path, "%s/data/sock", r.c_str());
+             bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a), close(fd);
+         }, 0, "{\"path\":\"/data/sock\",\"text\":\"a socket, which the tool never opens\"}"},
+        {"product name of 150 bytes", [&] { edit(prop, "ro.product.name=[^\n]*", "ro.product.name=" + std::string(150, 'n')); }, 1,
+         "properties entry 2 \\\"ro.product.name\\\": its value in /system/build.prop is 150 bytes; the library's buffer holds at most 127"},
+        {"a path over 256 bytes", [&] { edit(deps, "/system/etc/scanner/ScannerList.xml", "/" + std::string(300, 'p')); }, 1,
+         "is 301 bytes; the library's buffer holds at most 255"},
+        {"model missing: one cause", [&] {
+             edit(prop, "ro.product.model=[^\n]*\n", "");
+             edit(deps, "<name>ro.product.model</name>\\s*<value>[^<]*</value>", "<name>ro.product.model</name><value></value>");
+         }, 1, "ro.product.model is not set in /system/build.prop, and its <property> entry (properties entry 3"},
+        {"model missing: later steps follow", [&] { edit(prop, "ro.product.model=[^\n]*\n", ""), edit(deps, "<value>TR52</value>", "<value></value>"); }, 1,
+         "\"causes\":1"},
+        {"no node for the Android release", [&] { edit(list, "Android_13", "Android_99"); }, 1,
+         "No node in ScannerList XML with AndroidVersion = Android_13"},
+        {"timer pipe resolved to build.prop", [&] { timerAt("/system/build.prop"); }, 1,
+         "sctimerfifo resolves to /system/build.prop, which is a regular file, not a named pipe"},
+        {"timer pipe resolved to a directory", [&] { timerAt("/system/etc"); }, 1,
+         "sctimerfifo resolves to /system/etc, which is a directory"},
+        {"timer pipe folder missing", [&] { fs::remove_all(r + "/data/vendor/scanner"); }, 1,
+         "Error while creating Named pipe"},
+        {"timer pipe already there", [&] { fifo("/data/vendor/scanner/sctimerfifo"); }, 0, "\"writes\":[]"},
+        {"scanner list is a named pipe", [&] { fifo(list); }, 1, list + " is a named pipe"},
+        {"trigger file symlinked to itself", [&] { link(triggers, triggers); }, 0,
+         "Init answers false): the file is a symlink loop"},
+        {"platform library missing", [&] { fs::remove(r + "/system/lib64/libplatform.orvex.so"); }, 0,
+         "the platform library cannot be loaded"},
+        {"release element twice", [&] { edit(list, "(<Android_13>[^]*</Android_13>)", "$1$1"); }, 0,
+         "<Android_13> appears again; the library uses the first, at line"},
+        {"trigger device element twice", [&] { edit(triggers, "(<TR52>[^]*</TR52>)", "$1$1"); }, 0,
+         "<TR52> appears again; the library uses the first, at line"},
+        {"platform with a leading blank", [&] { edit(prop, "ro.board.platform=", "ro.board.platform= "); }, 0,
+         "ro.board.platform \\\" lahaina\\\" has a blank at its start or end"},
+        {"model not UTF-8", [&] { edit(prop, "ro.product.model=TR52", "ro.product.model=TR\xff"); }, 0,
+         "\"invalid_utf8_replaced\":true"},
+        {"file name not UTF-8", [&] { fifo("/data/\xfe\xff"); }, 0, "\"invalid_utf8_replaced\":true"},
     };
     // clang-format on
-    for (const auto& c : cases) {
+    for (const auto& [name, build, status, fragment] : cases) {
+        SCOPED_TRACE(name);
         orvex::test::TempDir dir;
-        fs::copy(ORVEX_BUILD_DIR "/sim/profiles/default", dir.path(),
+        r = dir.path() + "/root";
+        fs::copy(ORVEX_BUILD_DIR "/sim/profiles/default", r,
                  fs::copy_options::recursive | fs::copy_options::copy_symlinks);
-        for (const Edit& e : c.first) {
-            orvex::test::WriteFile(dir.path() + e[0],
-                                   std::regex_replace(orvex::test::ReadFile(dir.path() + e[0]),
-                                                      std::regex(e[1]), e[2]));
-        }
-        EXPECT_EQ(Stops(Orvexctl({"--root", dir.path(), "--json", "check"}, 1)), c.second);
+        build();
+        const std::string before = Tree(r);
+        const std::string report = Orvexctl({"--root", r, "--json", "check"}, status).dump();
+        EXPECT_NE(report.find(fragment), std::string::npos) << report;
+        EXPECT_EQ(Tree(r), before);
     }
 }
 

@@ -9,6 +9,7 @@
 
 #include "Json.h"
 #include "PlatformLibrary.h"
+#include "Profiles.h"
 #include "Supervisor.h"
 
 namespace orvexctl {
@@ -35,6 +36,7 @@ int RunScan(const Options& options, const std::vector<std::string>& args) {
     return RunProbeCommand("scan", options, args);
 }
 
+
 int RunInfo(const Options& options, const std::vector<std::string>& args) {
     if (!args.empty()) {
         fprintf(stderr, "orvexctl info: takes no arguments\n");
@@ -48,23 +50,19 @@ int RunInfo(const Options& options, const std::vector<std::string>& args) {
 int ReportChildFailure(const Options& options, const std::string& command,
                        const ChildOutcome& outcome) {
     if (options.json) {
-        JsonWriter json;
-        json.BeginObject().Field("command", command).Field("ok", false).Key("stopped").BeginObject();
+        Json stopped;
         if (outcome.asserted) {
-            json.Field("kind", "assertion")
-                .Field("description", outcome.assertDescription)
-                .Field("source", outcome.assertSource)
-                .Field("line", outcome.assertLine);
+            stopped = {{"kind", "assertion"}, {"description", outcome.assertDescription},
+                       {"source", outcome.assertSource}, {"line", outcome.assertLine}};
         } else if (outcome.timedOut) {
-            json.Field("kind", "timeout");
+            stopped = {{"kind", "timeout"}};
         } else if (outcome.signal != 0) {
-            json.Field("kind", "signal").Field("signal", outcome.signal);
+            stopped = {{"kind", "signal"}, {"signal", outcome.signal}};
         } else {
-            json.Field("kind", "exit").Field("status", outcome.exitCode);
+            stopped = {{"kind", "exit"}, {"status", outcome.exitCode}};
         }
-        if (!outcome.lastError.empty()) json.Field("error", outcome.lastError);
-        json.EndObject().EndObject();
-        printf("%s\n", json.str().c_str());
+        if (!outcome.lastError.empty()) stopped["error"] = outcome.lastError;
+        printf("%s\n", Document({{"command", command}, {"ok", false}, {"stopped", stopped}}).c_str());
         return kExitProblem;
     }
     if (outcome.asserted) {
@@ -85,13 +83,35 @@ int ReportChildFailure(const Options& options, const std::string& command,
 
 }  // namespace
 
-CommandFn FindCommand(const std::string& name) {
-    if (name == "modules") return RunModulesCommand;
-    if (name == "resolve") return RunResolve;
-    if (name == "info") return RunInfo;
-    if (name == "scan") return RunScan;
-    if (name == "check") return RunCheck;
-    return nullptr;
+int RunExport(const Options&, const std::vector<std::string>& args) {
+    std::string error;
+    if (!ExportProfile(args.at(0), args.at(1), &error)) {
+        fprintf(stderr, "orvexctl export: %s\n", error.c_str());
+        return kExitUsage;
+    }
+    printf("wrote profile %s to %s; check it with: orvexctl --root %s check\n", args[0].c_str(),
+           args[1].c_str(), args[1].c_str());
+    return kExitOk;
+}
+
+const std::vector<CommandSpec>& Commands() {
+    static const std::vector<CommandSpec> commands = {
+        {"profiles", "the device profiles built into orvexctl", "", RunProfiles, false},
+        {"modules", "every module tag: registered modules, and whether the device supports it", "",
+         RunModulesCommand, true},
+        {"resolve", "what each dependency name resolves to, and where it comes from", "NAME...",
+         RunResolve, true},
+        {"info", "device facts, supported scanners and trigger keys", "", RunInfo, true},
+        {"check",
+         "every configuration file the library reads, each step as the scanning service would "
+         "meet it, then likely mistakes",
+         "", RunCheck, true},
+        {"scan", "the typical scan on the simulated device, as a timeline", "", RunScan, true},
+        {"export", "write a built-in profile as an editable device root", "PROFILE DIR", RunExport,
+         false},
+        {"pull", "build a device root from the device on USB (adb)", "DIR", RunPull, false},
+    };
+    return commands;
 }
 
 int RunInChildAndPrint(const Options& options, const std::string& command,

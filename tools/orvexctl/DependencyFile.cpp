@@ -25,6 +25,14 @@ struct Carry {
     bool anyName = false;
 };
 
+void CheckFits(DependencyFile& out, const std::string& where, const std::string& what,
+               const std::string& text, size_t size) {
+    if (text.size() < size) return;
+    out.overflows.push_back(where + ": " + what + " is " + std::to_string(text.size()) +
+                            " bytes; the library's buffer holds at most " +
+                            std::to_string(size - 1) + ", so the library stops reading the file");
+}
+
 void Keep(DependencyFile& out, const std::string& name, const DependencyOrigin& origin,
           const std::string& where) {
     if (out.origins.count(name) != 0) {
@@ -37,7 +45,8 @@ void Keep(DependencyFile& out, const std::string& name, const DependencyOrigin& 
 }
 
 void ReadPathGroup(const XMLElement* group, const char* groupName, const char* entryName,
-                   const char* valueName, Carry& carry, DependencyFile& out) {
+                   const char* valueName, Carry& carry, DependencyFile& out,
+                   const std::string& prefix, const std::string& abi) {
     int index = 0;
     for (const XMLElement* entry = group->FirstChildElement(); entry;
          entry = entry->NextSiblingElement()) {
@@ -53,11 +62,26 @@ void ReadPathGroup(const XMLElement* group, const char* groupName, const char* e
              child = child->NextSiblingElement()) {
             if (Is(child, "name")) {
                 carry.name = TextOf(child);
+                CheckFits(out, where, "<name>", carry.name, kDependencyTextSize);
                 ownName = true;
             } else if (Is(child, "absolutepath")) {
                 carry.absolutePath = TextOf(child);
+                CheckFits(out, where + " \"" + carry.name + "\"", "<absolutepath>",
+                          carry.absolutePath, kDependencyTextSize);
                 ownAbsolute = true;
             } else if (Is(child, valueName)) {
+                const bool absolute = carry.absolutePath == "true";
+                const bool file = strcmp(valueName, "path") == 0;
+                const std::string lib = abi == "armeabi-v7a" || abi == "x86"       ? "lib"
+                                        : abi == "arm64-v8a" || abi == "x86_64" ? "lib64"
+                                                                                : "";
+                const std::string path =
+                    file ? (absolute ? "" : prefix) + TextOf(child)
+                         : absolute ? "/system/" + lib + "/" + TextOf(child)
+                                    : prefix + "/system/libs/" + abi + "/" + TextOf(child);
+                CheckFits(out, where + " \"" + carry.name + "\"", "the resolved path \"" + path + "\"",
+                          path, kDependencyPathSize);
+                out.paths.emplace(carry.name, path);
                 if (!ownAbsolute) {
                     out.warnings.push_back(where + ": <" + valueName +
                                            "> is read with the absolutepath \"" +
@@ -101,8 +125,17 @@ void ReadProperties(const XMLElement* group, Carry& carry,
              child = child->NextSiblingElement()) {
             if (Is(child, "name")) {
                 carry.name = TextOf(child);
+                CheckFits(out, where, "<name>", carry.name, kDependencyTextSize);
                 ownName = true;
             } else if (Is(child, "value")) {
+                auto given = properties.find(carry.name);
+                if (given != properties.end() && !given->second.empty()) {
+                    CheckFits(out, where + " \"" + carry.name + "\"",
+                              "its value in /system/build.prop", given->second, kDependencyTextSize);
+                } else {
+                    CheckFits(out, where + " \"" + carry.name + "\"", "its <value>",
+                              TextOf(child), kDependencyTextSize);
+                }
                 if (!ownName) {
                     out.warnings.push_back(where +
                                            ": <value> comes before any <name> of the entry; "
@@ -149,8 +182,10 @@ DependencyFile ReadDependencyFile(const std::string& deviceRoot, const std::stri
     const XMLElement* files = root->FirstChildElement("files");
     const XMLElement* binaries = root->FirstChildElement("binaries");
     const XMLElement* props = root->FirstChildElement("properties");
-    if (files) ReadPathGroup(files, "files", "file", "path", carry, out);
-    if (binaries) ReadPathGroup(binaries, "binaries", "binary", "libname", carry, out);
+    auto abi = properties.find("ro.product.cpu.abi");
+    const std::string abiText = abi != properties.end() ? abi->second : "";
+    if (files) ReadPathGroup(files, "files", "file", "path", carry, out, prefix, abiText);
+    if (binaries) ReadPathGroup(binaries, "binaries", "binary", "libname", carry, out, prefix, abiText);
     if (props) ReadProperties(props, carry, properties, out);
     for (const XMLElement* e = root->FirstChildElement(); e; e = e->NextSiblingElement()) {
         if (!Is(e, "files") && !Is(e, "binaries") && !Is(e, "properties")) {

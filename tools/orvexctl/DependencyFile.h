@@ -22,7 +22,17 @@ struct DependencyFile {
     // Origins of the names the library keeps (first definition wins).
     std::map<std::string, DependencyOrigin> origins;
     std::vector<std::string> warnings;
+    // The device path each file and binary entry resolves to (first definition wins).
+    std::map<std::string, std::string> paths;
+    // Texts too long for the library's fixed buffers; the first ends the process while the file
+    // is read, so nothing after it is resolved.
+    std::vector<std::string> overflows;
 };
+
+// The library's buffers: names, absolutepath texts and property values; resolved paths. Each
+// holds one byte less than its size as text.
+constexpr size_t kDependencyTextSize = 128;
+constexpr size_t kDependencyPathSize = 256;
 
 // Reads the file under the device root as the library does, for a process named
 // `processName` (its per-user data-files directory is checked first). `property` answers

@@ -1,46 +1,19 @@
-// A small JSON writer for orvexctl's documents: nesting and commas are tracked, strings are
-// escaped, and the document is built in memory so a command can print it in one piece.
+// orvexctl's JSON documents: nlohmann's ordered object, so keys keep the order they were set in.
 #pragma once
 
-#include <stdint.h>
-
+#include <nlohmann/json.hpp>
 #include <string>
-#include <vector>
 
 namespace orvexctl {
 
-std::string JsonString(const std::string& text);
+using Json = nlohmann::ordered_json;
 
-class JsonWriter {
-public:
-    JsonWriter& BeginObject();
-    JsonWriter& EndObject();
-    JsonWriter& BeginArray();
-    JsonWriter& EndArray();
-    // The key of the next value inside an object.
-    JsonWriter& Key(const std::string& key);
-    JsonWriter& String(const std::string& value);
-    JsonWriter& Int(int64_t value);
-    JsonWriter& Double(double value);
-    JsonWriter& Bool(bool value);
-    JsonWriter& Null();
-    // An already-serialised JSON value.
-    JsonWriter& Raw(const std::string& json);
+// Bumped when a field changes meaning or goes away; new fields keep the version.
+constexpr int kSchemaVersion = 1;
 
-    // Key + value shorthands.
-    JsonWriter& Field(const std::string& key, const std::string& value) { return Key(key).String(value); }
-    JsonWriter& Field(const std::string& key, const char* value) { return Key(key).String(value); }
-    JsonWriter& Field(const std::string& key, int64_t value) { return Key(key).Int(value); }
-    JsonWriter& Field(const std::string& key, int value) { return Key(key).Int(value); }
-    JsonWriter& Field(const std::string& key, bool value) { return Key(key).Bool(value); }
-
-    const std::string& str() const { return out_; }
-
-private:
-    void BeforeValue();
-    std::string out_;
-    std::vector<bool> first_;  // per open container: no element written yet
-    bool afterKey_ = false;
-};
+// The document on one line, "schema_version" first. Texts come from the device as bytes (file
+// names, property values, log lines); a byte that is not UTF-8 is replaced by U+FFFD and
+// "invalid_utf8_replaced": true says that some text was changed.
+std::string Document(const Json& doc);
 
 }  // namespace orvexctl

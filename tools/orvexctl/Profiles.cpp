@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <mutex>
 #include <sstream>
 
 #include "PlatformLibrary.h"
@@ -19,26 +20,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::vector<std::string>& TempRoots() {
-    static std::vector<std::string>* roots = new std::vector<std::string>;
-    return *roots;
-}
-
-void RemoveTree(const std::string& path) {
-    std::error_code ec;
-    fs::remove_all(path, ec);
-}
-
-void RemoveTempRoots() {
-    for (const std::string& root : TempRoots()) RemoveTree(root);
-}
-
-// Children forked by the tool inherit the atexit handler; only the process that made a root
-// removes it.
+std::mutex g_tempLock;
+std::vector<std::string> g_tempDirs;  // GUARDED_BY(g_tempLock)
+// Children forked by the tool inherit the atexit handler; only the process that made a
+// directory removes it.
 pid_t g_owner = 0;
 
-void RemoveTempRootsInOwner() {
-    if (getpid() == g_owner) RemoveTempRoots();
+void RemoveTempDirsInOwner() {
+    if (getpid() == g_owner) RemoveTempDirs();
 }
 
 bool MakeDirs(const std::string& path) {
@@ -54,41 +43,16 @@ bool WriteBytes(const std::string& path, const void* data, size_t size) {
     return static_cast<bool>(out);
 }
 
-bool NewTempRoot(std::string* path, std::string* error) {
-    const char* base = getenv("TMPDIR");
-    std::string tmpl = std::string(base && *base ? base : "/tmp") + "/orvexctl-XXXXXX";
-    std::vector<char> buf(tmpl.begin(), tmpl.end());
-    buf.push_back('\0');
-    if (mkdtemp(buf.data()) == nullptr) {
-        *error = std::string("cannot create a temporary device root: ") + strerror(errno);
-        return false;
-    }
-    if (TempRoots().empty()) {
-        g_owner = getpid();
-        atexit(RemoveTempRootsInOwner);
-    }
-    TempRoots().push_back(buf.data());
-    *path = buf.data();
-    return true;
-}
-
 bool IsDirectory(const std::string& path) {
     std::error_code ec;
     return fs::is_directory(path, ec);
-}
-
-bool CopyTree(const std::string& from, const std::string& to, std::string* error) {
-    std::error_code ec;
-    fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::overwrite_existing, ec);
-    if (ec) *error = "cannot copy profile directory " + from + ": " + ec.message();
-    return !ec;
 }
 
 // What a profile only gets on a running device: the platform library where the device keeps it
 // (in the library folder of its ABI, which the external-dependencies file names), and the folder
 // the timer pipe is created in.
 bool StageRuntimeFiles(const std::string& root, std::string* error) {
-    std::ifstream props(root + "/system/build.prop");
+    std::istringstream props(ReadSmallFile(root + "/system/build.prop"));
     std::string line, abi;
     while (std::getline(props, line)) {
         if (line.rfind("ro.product.cpu.abi=", 0) == 0) abi = line.substr(19);
@@ -98,7 +62,7 @@ bool StageRuntimeFiles(const std::string& root, std::string* error) {
     fs::create_directories(root + "/system/" + libdir, ec);
     fs::create_directories(root + "/data/vendor/scanner", ec);
     const std::string link = root + "/system/" + libdir + "/libplatform.orvex.so";
-    if (!fs::exists(link, ec)) {
+    if (!fs::exists(fs::symlink_status(link, ec))) {
         fs::create_symlink(fs::absolute(PlatformLibrary::DefaultPath()), link, ec);
         if (ec) {
             *error = "cannot place the platform library in the device root: " + ec.message();
@@ -131,50 +95,106 @@ std::vector<ProfileInfo> EmbeddedProfiles() {
     return out;
 }
 
+bool MakeTempDir(std::string* path, std::string* error) {
+    const char* base = getenv("TMPDIR");
+    std::string tmpl = std::string(base && *base ? base : "/tmp") + "/orvexctl-XXXXXX";
+    std::vector<char> buf(tmpl.begin(), tmpl.end());
+    buf.push_back('\0');
+    std::lock_guard<std::mutex> lock(g_tempLock);
+    if (mkdtemp(buf.data()) == nullptr) {
+        *error = std::string("cannot create a temporary directory in ") +
+                 (base && *base ? base : "/tmp") + ": " + strerror(errno);
+        return false;
+    }
+    if (g_owner == 0) {
+        g_owner = getpid();
+        atexit(RemoveTempDirsInOwner);
+    }
+    g_tempDirs.push_back(buf.data());
+    *path = buf.data();
+    return true;
+}
+
+void RemoveTempDirs() {
+    std::lock_guard<std::mutex> lock(g_tempLock);
+    for (const std::string& dir : g_tempDirs) {
+        std::error_code ec;
+        fs::remove_all(dir, ec);
+    }
+    g_tempDirs.clear();
+}
+
+namespace {
+
+bool WriteProfile(const std::string& name, const std::string& dir, std::string* error) {
+    bool found = false;
+    const std::string prefix = name + "/";
+    for (const EmbeddedFile* f = kEmbeddedFiles; f->path != nullptr; ++f) {
+        if (strncmp(f->path, prefix.c_str(), prefix.size()) != 0) continue;
+        found = true;
+        std::string relative = std::string(f->path).substr(prefix.size());
+        if (relative == "README.md") continue;
+        if (!WriteBytes(dir + "/" + relative, f->data, f->size)) {
+            *error = "cannot write " + dir + "/" + relative + ": " + strerror(errno);
+            return false;
+        }
+    }
+    if (!found) *error = "no profile named " + name + " (orvexctl profiles lists them)";
+    return found && StageRuntimeFiles(dir, error);
+}
+
+}  // namespace
+
+bool ExportProfile(const std::string& name, const std::string& dir, std::string* error) {
+    std::error_code ec;
+    if (fs::exists(fs::symlink_status(dir, ec)) && !fs::is_empty(dir, ec)) {
+        *error = dir + " exists and is not empty: export writes a new device root";
+        return false;
+    }
+    return WriteProfile(name, dir, error);
+}
+
 bool DeviceRootChoice::Select(const std::string& profile, const std::string& root,
                               std::string* error) {
     if (!profile.empty() && !root.empty()) {
         *error = "--profile and --root exclude each other";
         return false;
     }
-    if (!root.empty()) {
-        if (!IsDirectory(root)) {
-            *error = "device root " + root + " is not a directory";
-            return false;
-        }
-        path_ = root;
-        label_ = "root " + root;
-        return true;
-    }
-    std::string name = profile.empty() ? kDefaultProfile : profile;
-    if (name.find('/') != std::string::npos || IsDirectory(name)) {
+    std::string source = root;
+    label_ = "root " + root;
+    const std::string name = profile.empty() ? kDefaultProfile : profile;
+    if (root.empty() && (name.find('/') != std::string::npos || IsDirectory(name))) {
         if (!IsDirectory(name)) {
             *error = "profile directory " + name + " does not exist";
             return false;
         }
-        if (!NewTempRoot(&path_, error)) return false;
-        label_ = "directory " + name;
-        return CopyTree(name, path_, error) && StageRuntimeFiles(path_, error);
-    }
-    bool found = false;
-    std::string prefix = name + "/";
-    for (const EmbeddedFile* f = kEmbeddedFiles; f->path != nullptr; ++f) {
-        if (strncmp(f->path, prefix.c_str(), prefix.size()) != 0) continue;
-        if (!found && !NewTempRoot(&path_, error)) return false;
-        found = true;
-        std::string relative = std::string(f->path).substr(prefix.size());
-        if (relative == "README.md") continue;
-        if (!WriteBytes(path_ + "/" + relative, f->data, f->size)) {
-            *error = "cannot write " + path_ + "/" + relative;
+        // A first private copy gets the runtime files; the library runs against a view of it.
+        DeviceView copy;
+        if (!MakeTempDir(&source, error) || !copy.Build(name, source, error) ||
+            !StageRuntimeFiles(source, error)) {
             return false;
         }
-    }
-    if (!found) {
-        *error = "no profile named " + name + " (orvexctl profiles lists them)";
+        label_ = "directory " + name;
+    } else if (root.empty()) {
+        if (!MakeTempDir(&source, error) || !WriteProfile(name, source, error)) return false;
+        label_ = "profile " + name;
+    } else if (!IsDirectory(root)) {
+        *error = "device root " + root + " is not a directory";
         return false;
     }
-    label_ = "profile " + name;
-    return StageRuntimeFiles(path_, error);
+    std::string viewPath;
+    if (!MakeTempDir(&viewPath, error) || !view_.Build(source, viewPath, error)) return false;
+    if (view_.ProblemAt("/sim").rfind("a directory", 0) == 0) {
+        notes_.push_back("simulated: the cameras, the imager (libimagerclient.so), the volume "
+                         "library (libovc.so) and the services come from the simulator (sim/ in the "
+                         "root), not from the device's own files");
+    } else {
+        notes_.push_back("not known: this root has no sim/ folder, so the cameras, the imager, "
+                         "the beep volume and the device's services are those of a device "
+                         "without them (rear and front camera, imager and imager interface "
+                         "facts are not this device's)");
+    }
+    return true;
 }
 
 }  // namespace orvexctl

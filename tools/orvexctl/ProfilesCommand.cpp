@@ -15,13 +15,11 @@ int RunProfiles(const Options& options, const std::vector<std::string>& args) {
     }
     std::vector<ProfileInfo> profiles = EmbeddedProfiles();
     if (options.json) {
-        printf("{\"default\":%s,\"profiles\":[", JsonString(kDefaultProfile).c_str());
-        for (size_t i = 0; i < profiles.size(); ++i) {
-            printf("%s{\"name\":%s,\"description\":%s}", i ? "," : "",
-                   JsonString(profiles[i].name).c_str(),
-                   JsonString(profiles[i].description).c_str());
+        Json doc = {{"default", kDefaultProfile}, {"profiles", Json::array()}};
+        for (const ProfileInfo& p : profiles) {
+            doc["profiles"].push_back({{"name", p.name}, {"description", p.description}});
         }
-        printf("]}\n");
+        printf("%s\n", Document(doc).c_str());
         return kExitOk;
     }
     for (const ProfileInfo& p : profiles) {

@@ -28,15 +28,28 @@ struct ChildOutcome {
     std::string assertDescription;
     std::string assertSource;
     int assertLine = 0;
-    // The error line the asserting site wrote just before the assertion, if any.
+    // The error line the asserting site wrote for this failure, if any.
     std::string lastError;
+    // A fatal line outside an assertion block (a text too long for its buffer), if any.
+    std::string fatalLine;
 };
 
 // Prepares the log file every child writes to (ORVEX_LOG). Call once before the first child.
 void InitSupervisor();
 
 // Forks; the child runs `body` with its standard output captured and exits with its result.
-ChildOutcome RunInChild(const std::function<int()>& body, int timeoutSeconds = 60);
+// A child still running after `timeoutSeconds` is killed (timedOut).
+ChildOutcome RunInChild(const std::function<int()>& body, int timeoutSeconds = 20);
+
+// Removes the log file InitSupervisor made (for the signal thread; exit removes it too).
+void RemoveSupervisorFiles();
+
+// Kills the running child, if any, and waits for it (async-signal-safe; for Ctrl-C).
+void KillRunningChild();
+
+// Names what the next children do: on a terminal, standard error shows it while one runs longer
+// than a second. "" ends it.
+void SetProgress(const std::string& label);
 
 // All records written to the shared log so far (for --log).
 std::vector<LogRecord> AllLogRecords();

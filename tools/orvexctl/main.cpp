@@ -2,19 +2,30 @@
 //
 // The tool's own process never loads the platform library: every command that needs it runs
 // in a child process (Supervisor), so a configuration that makes the library stop is reported,
-// not suffered.
+// not suffered. A signal thread takes Ctrl-C: it stops the running child and removes the tool's
+// temporary directories before the tool ends.
 
+#include <errno.h>
+#include <pthread.h>
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Commands.h"
+#include "PlatformLibrary.h"
 #include "Profiles.h"
 #include "Supervisor.h"
+
+#ifndef ORVEXCTL_VERSION
+#define ORVEXCTL_VERSION "1.0"
+#endif
 
 namespace {
 
@@ -22,26 +33,13 @@ namespace {
 // is part of a fixed-size path the library builds, so a long path to the binary must not be it.
 constexpr const char* kProcessName = "orvexctl";
 
-void Usage(FILE* out) {
-    fprintf(out,
-            "usage: orvexctl [--profile NAME|DIR | --root DIR] [--json] [--log DEST] COMMAND [ARGS]\n"
-            "\n"
-            "commands:\n"
-            "  profiles          the device profiles built into orvexctl\n"
-            "  modules           every module tag: registered modules, and whether the device\n"
-            "                    supports it\n"
-            "  resolve NAME...   what each dependency name resolves to, and where it comes from\n"
-            "  info              device facts, supported scanners and trigger keys\n"
-            "  check             every configuration file the library reads, each step as the\n"
-            "                    scanning service would meet it, then likely mistakes\n"
-            "  scan [--presses N]  the typical scan on the simulated device, as a timeline\n"
-            "\n"
-            "options:\n"
-            "  --profile NAME|DIR  a built-in profile, or a profile directory (default: default)\n"
-            "  --root DIR          an existing device root, used as it stands\n"
-            "  --json              one JSON document on standard output\n"
-            "  --log DEST          also write the library's log to DEST: stderr or a file\n");
-}
+constexpr const char* kFooter =
+    "\nExit status: 0 success; 1 the command found a problem (the scanning service would stop,\n"
+    "a step failed, or with --strict a warning); 2 usage or set-up error (bad arguments, the\n"
+    "tool's libraries not found, a device root that cannot be read).\n"
+    "\nEnvironment: TMPDIR where the private copy of the device root is made (default /tmp);\n"
+    "ORVEX_ADB the adb program pull runs (default adb); ANDROID_SERIAL the device pull reads\n"
+    "when --serial is not given (adb's own).";
 
 // Runs again under the short process name, with the same arguments.
 void ReexecUnderShortName(int argc, char** argv) {
@@ -53,66 +51,134 @@ void ReexecUnderShortName(int argc, char** argv) {
     // Without /proc the tool still works; only a long binary path can then be too long.
 }
 
+// Ctrl-C, a closed terminal or kill: stop the child, remove what the tool made, then end by
+// the same signal so the caller sees how the tool ended.
+void StartSignalThread() {
+    sigset_t set;
+    sigemptyset(&set);
+    for (int sig : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&set, sig);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    std::thread([set]() {
+        int sig = 0;
+        while (sigwait(&set, &sig) != 0) {
+        }
+        orvexctl::KillRunningChild();
+        orvexctl::RemoveTempDirs();
+        orvexctl::RemoveSupervisorFiles();
+        signal(sig, SIG_DFL);
+        pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+        raise(sig);
+        _exit(128 + sig);
+    }).detach();
+}
+
+// A copied binary without the libraries beside it cannot run any device command.
+bool LibrariesPresent() {
+    const std::string library = orvexctl::PlatformLibrary::DefaultPath();
+    const std::string probe = library.substr(0, library.rfind('/')) + "/liborvexctl_probe.so";
+    for (const std::string& path : {library, probe}) {
+        if (access(path.c_str(), R_OK) != 0) {
+            fprintf(stderr,
+                    "orvexctl: set-up error: %s: %s\n"
+                    "  orvexctl runs with the libraries of its build or installation in ../lib "
+                    "beside its bin folder; run it from there (or install it with cmake "
+                    "--install) instead of a copied binary\n",
+                    path.c_str(), strerror(errno));
+            return false;
+        }
+    }
+    return true;
+}
+
+// --log: stderr, off, or a file that can be appended to.
+std::string CheckLogDestination(const std::string& dest) {
+    if (dest == "stderr" || dest == "off") return "";
+    FILE* f = fopen(dest.c_str(), "a");
+    if (f == nullptr) {
+        return "--log " + dest + ": cannot write there (" + strerror(errno) +
+               "); give stderr, off or a file path";
+    }
+    fclose(f);
+    return "";
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     ReexecUnderShortName(argc, argv);
+    StartSignalThread();
 
     orvexctl::Options options;
+    CLI::App app{"orvexctl: inspect and check a device's scanning configuration on a PC",
+                 "orvexctl"};
+    app.footer(kFooter);
+    app.set_version_flag("--version", "orvexctl " ORVEXCTL_VERSION);
+    app.require_subcommand(1);
+    auto* profile = app.add_option("--profile", options.profile,
+                                   "a built-in profile (see profiles) or a profile directory "
+                                   "(default: default)");
+    auto* root = app.add_option("--root", options.root,
+                                "an existing device root, e.g. files copied off a device; it "
+                                "is only read, never written");
+    profile->excludes(root);
+    app.add_flag("--json", options.json, "one JSON document on standard output");
+    app.add_option("--log", options.log,
+                   "also write the library's log to DEST: stderr, off or a file")
+        ->type_name("DEST")
+        ->check(CLI::Validator(CheckLogDestination, "DEST", "log destination"));
+    app.add_flag("--strict", options.strict, "check: warnings fail too (exit 1), for CI");
+
     std::vector<std::string> args;
-    for (int i = 1; i < argc; ++i) {
-        std::string arg = argv[i];
-        if (arg == "--json") {
-            options.json = true;
-        } else if (arg == "--root" || arg == "--log" || arg == "--profile") {
-            if (i + 1 >= argc) {
-                fprintf(stderr, "orvexctl: %s needs a value\n", arg.c_str());
-                return orvexctl::kExitUsage;
-            }
-            std::string& target =
-                arg == "--root" ? options.root : arg == "--log" ? options.log : options.profile;
-            target = argv[++i];
-        } else if (arg == "--help" || arg == "-h") {
-            Usage(stdout);
-            return orvexctl::kExitOk;
-        } else if (!arg.empty() && arg[0] == '-' && args.empty()) {
-            fprintf(stderr, "orvexctl: unknown option %s\n", arg.c_str());
-            Usage(stderr);
-            return orvexctl::kExitUsage;
-        } else {
-            args.push_back(arg);
+    int presses = 0;
+    std::string serial;
+    const orvexctl::CommandSpec* chosen = nullptr;
+    for (const orvexctl::CommandSpec& spec : orvexctl::Commands()) {
+        CLI::App* sub = app.add_subcommand(spec.name, spec.help);
+        sub->fallthrough();
+        sub->footer(kFooter);
+        sub->callback([&chosen, &spec]() { chosen = &spec; });
+        const std::string want = spec.args;
+        if (want == "NAME...") sub->add_option("NAME", args, "dependency names")->required();
+        if (want == "PROFILE DIR") {
+            sub->add_option("PROFILE", args, "a built-in profile")->required();
+            sub->add_option("DIR", args, "the new device root (missing or empty)")->required();
+        }
+        if (want == "DIR") sub->add_option("DIR", args, "the new device root (missing or empty)")->required();
+        if (std::string(spec.name) == "scan") {
+            sub->add_option("--presses", presses, "trigger presses (1 to 1000)")
+                ->check(CLI::Range(1, 1000));
+        }
+        if (std::string(spec.name) == "pull") {
+            sub->add_option("--serial", serial, "the device's serial (adb -s)");
         }
     }
-    if (args.empty()) {
-        Usage(stderr);
-        return orvexctl::kExitUsage;
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        const int rc = app.exit(e);
+        return rc == 0 ? orvexctl::kExitOk : orvexctl::kExitUsage;
     }
-
-    const std::string command = args[0];
-    args.erase(args.begin());
-    if (command == "profiles") return orvexctl::RunProfiles(options, args);
-
-    orvexctl::CommandFn run = orvexctl::FindCommand(command);
-    if (run == nullptr) {
-        fprintf(stderr, "orvexctl: unknown command %s\n", command.c_str());
-        Usage(stderr);
-        return orvexctl::kExitUsage;
-    }
+    if (presses > 0) args = {"--presses", std::to_string(presses)};
+    if (std::string(chosen->name) == "pull") args.push_back(serial);
+    if (!chosen->needsDevice) return chosen->run(options, args);
+    if (!LibrariesPresent()) return orvexctl::kExitUsage;
 
     // The environment must be in place before the library loads: it reads its log level and
     // device files at load time.
-    orvexctl::DeviceRootChoice root;
+    orvexctl::DeviceRootChoice choice;
     std::string error;
-    if (!root.Select(options.profile, options.root, &error)) {
+    if (!choice.Select(options.profile, options.root, &error)) {
         fprintf(stderr, "orvexctl: %s\n", error.c_str());
         return orvexctl::kExitUsage;
     }
-    options.deviceRoot = root.path();
-    options.deviceLabel = root.label();
-    setenv("ORVEX_DEVICE_ROOT", root.path().c_str(), 1);
+    options.deviceRoot = choice.path();
+    options.deviceLabel = choice.label();
+    options.view = &choice.view();
+    options.simulatedNotes = choice.simulatedNotes();
+    setenv("ORVEX_DEVICE_ROOT", choice.path().c_str(), 1);
     orvexctl::InitSupervisor();
 
-    int rc = run(options, args);
+    int rc = chosen->run(options, args);
     orvexctl::CopyLogTo(options.log);
     return rc;
 }

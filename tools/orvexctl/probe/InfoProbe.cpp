@@ -95,47 +95,25 @@ int ProbeInfo(const ProbeContext& context, const std::vector<std::string>&) {
     }
 
     if (context.json) {
-        JsonWriter json;
-        json.BeginObject()
-            .Field("command", "info")
-            .Field("ok", true)
-            .Field("device", context.deviceLabel)
-            .Key("facts")
-            .BeginObject();
+        Json doc = {{"command", "info"}, {"ok", true}, {"device", context.deviceLabel},
+                    {"facts", Json::object()}, {"scanners", Json::array()}};
         for (const Fact& f : facts) {
-            if (f.isNumber) {
-                json.Key(f.key).Int(f.number);
-            } else {
-                json.Field(f.key, f.text);
-            }
+            doc["facts"][f.key] = f.isNumber ? Json(f.number) : Json(f.text);
         }
-        json.EndObject().Key("scanners").BeginArray();
         for (size_t i = 0; i < list.size(); ++i) {
-            json.BeginObject()
-                .Field("position", static_cast<int>(i))
-                .Field("name", list[i].name)
-                .Field("index", static_cast<int>(i))
-                .Field("model", list[i].model)
-                .EndObject();
+            doc["scanners"].push_back({{"position", i}, {"name", list[i].name}, {"index", i},
+                                       {"model", list[i].model}});
         }
-        json.EndArray();
-        if (listAvailable) {
-            json.Field("inBuiltModel", inBuilt).Field("mirroredAndFlipped", mirrored);
-        } else {
-            json.Key("inBuiltModel").Null().Key("mirroredAndFlipped").Null();
-        }
-        json.Key("triggers").BeginObject().Field("init", triggersInit).Key("keys").BeginArray();
+        doc["inBuiltModel"] = listAvailable ? Json(inBuilt) : Json();
+        doc["mirroredAndFlipped"] = listAvailable ? Json(mirrored) : Json();
+        doc["triggers"] = {{"init", triggersInit}, {"keys", Json::array()}};
         for (const Key& k : keys) {
-            json.BeginObject()
-                .Field("scanCode", k.scanCode)
-                .Field("friendlyName", k.name)
-                .Field("scannerResource", k.resource)
-                .Field("multiScanner", k.multi)
-                .EndObject();
+            doc["triggers"]["keys"].push_back({{"scanCode", k.scanCode},
+                                               {"friendlyName", k.name},
+                                               {"scannerResource", k.resource},
+                                               {"multiScanner", k.multi}});
         }
-        json.EndArray().EndObject();
-        json.EndObject();
-        printf("%s\n", json.str().c_str());
+        printf("%s\n", Document(doc).c_str());
         return 0;
     }
 

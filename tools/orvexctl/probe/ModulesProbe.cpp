@@ -70,26 +70,13 @@ int ProbeModules(const ProbeContext& context, const std::vector<std::string>&) {
     }
 
     if (context.json) {
-        JsonWriter json;
-        json.BeginObject()
-            .Field("command", "modules")
-            .Field("ok", true)
-            .Field("device", context.deviceLabel)
-            .Field("version", library.getPlatformVersion())
-            .Key("tags")
-            .BeginArray();
+        Json doc = {{"command", "modules"}, {"ok", true}, {"device", context.deviceLabel},
+                    {"version", library.getPlatformVersion()}, {"tags", Json::array()}};
         for (const TagReport& r : reports) {
-            json.BeginObject()
-                .Field("tag", r.tag)
-                .Field("family", kTagNames[r.tag])
-                .Field("count", r.count)
-                .Key("modules")
-                .BeginArray();
-            for (const std::string& name : r.names) json.String(name);
-            json.EndArray().Field("supported", r.supported).EndObject();
+            doc["tags"].push_back({{"tag", r.tag}, {"family", kTagNames[r.tag]}, {"count", r.count},
+                                   {"modules", r.names}, {"supported", r.supported}});
         }
-        json.EndArray().EndObject();
-        printf("%s\n", json.str().c_str());
+        printf("%s\n", Document(doc).c_str());
         return kExitOk;
     }
 

@@ -30,14 +30,8 @@ int ProbeResolve(const ProbeContext& context, const std::vector<std::string>& na
     const auto properties = orvex::properties::Snapshot();
     const DependencyFile file = ReadDependencyFile(context.deviceRoot, "orvexctl", properties);
 
-    JsonWriter json;
-    json.BeginObject()
-        .Field("command", "resolve")
-        .Field("ok", true)
-        .Field("device", context.deviceLabel)
-        .Field("file", file.devicePath)
-        .Key("names")
-        .BeginArray();
+    Json doc = {{"command", "resolve"}, {"ok", true}, {"device", context.deviceLabel},
+                {"file", file.devicePath}, {"names", Json::array()}};
     if (!context.json) printf("file: %s\n", file.devicePath.c_str());
     for (const std::string& name : names) {
         // The library is the authority; a broken file stops here, as it would on the device.
@@ -45,21 +39,23 @@ int ProbeResolve(const ProbeContext& context, const std::vector<std::string>& na
         auto it = file.origins.find(name);
         const DependencyOrigin* origin = it != file.origins.end() ? &it->second : nullptr;
         const bool propertyExists = properties.count(name) != 0;
-        json.BeginObject().Field("name", name).Field("value", value);
+        Json row = {{"name", name}, {"value", value}};
         if (origin != nullptr) {
-            json.Field("group", origin->group).Field("entry", origin->entry);
-            if (origin->group == "properties") json.Field("propertySet", origin->propertySet);
+            row["group"] = origin->group;
+            row["entry"] = origin->entry;
+            if (origin->group == "properties") row["propertySet"] = origin->propertySet;
         } else {
-            json.Key("group").Null().Field("propertyExists", propertyExists);
+            row["group"] = nullptr;
+            row["propertyExists"] = propertyExists;
         }
-        json.Field("from", OriginText(origin, propertyExists)).EndObject();
+        row["from"] = OriginText(origin, propertyExists);
+        doc["names"].push_back(row);
         if (!context.json) {
             printf("%-28s %-48s %s\n", name.c_str(), value.empty() ? "\"\"" : value.c_str(),
                    OriginText(origin, propertyExists).c_str());
         }
     }
-    json.EndArray().EndObject();
-    if (context.json) printf("%s\n", json.str().c_str());
+    if (context.json) printf("%s\n", Document(doc).c_str());
     return 0;
 }
 

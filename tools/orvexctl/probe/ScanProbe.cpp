@@ -203,28 +203,19 @@ int ProbeScan(const ProbeContext& context, const std::vector<std::string>& args)
     const double worst = sorted.empty() ? 0 : sorted.back();
 
     if (context.json) {
-        JsonWriter json;
-        json.BeginObject()
-            .Field("command", "scan")
-            .Field("ok", problems.empty())
-            .Field("device", context.deviceLabel)
-            .Field("presses", presses)
-            .Key("timeline")
-            .BeginArray();
+        Json doc = {{"command", "scan"}, {"ok", problems.empty()}, {"device", context.deviceLabel},
+                    {"presses", presses}, {"timeline", Json::array()}};
         for (const auto& e : events) {
-            json.BeginObject().Key("ms").Double(e.ms).Field("thread", threadName(e.thread))
-                .Field("service", e.service).Field("call", e.call).EndObject();
+            doc["timeline"].push_back({{"ms", e.ms}, {"thread", threadName(e.thread)},
+                                       {"service", e.service}, {"call", e.call}});
         }
-        json.EndArray().Key("summary").BeginObject()
-            .Field("keyEvents", static_cast<int>(latencies.size()))
-            .Key("keyEventLatencyUsP50").Double(p50)
-            .Key("keyEventLatencyUsMax").Double(worst)
-            .Key("callsPerService").BeginObject();
-        for (const auto& s : perService) json.Field(s.first, s.second);
-        json.EndObject().EndObject().Key("problems").BeginArray();
-        for (const std::string& p : problems) json.String(p);
-        json.EndArray().EndObject();
-        printf("%s\n", json.str().c_str());
+        doc["summary"] = {{"keyEvents", static_cast<int>(latencies.size())},
+                          {"keyEventLatencyUsP50", p50},
+                          {"keyEventLatencyUsMax", worst},
+                          {"callsPerService", Json::object()}};
+        for (const auto& s : perService) doc["summary"]["callsPerService"][s.first] = s.second;
+        doc["problems"] = problems;
+        printf("%s\n", Document(doc).c_str());
         return problems.empty() ? 0 : 1;
     }
 
