@@ -4,8 +4,9 @@
 // Reconnection: the browser's EventSource reconnects by itself (sending Last-Event-ID, so only
 // missed calls come back); when it gives up (the process is gone and a different answer came
 // back) the page opens a new stream after a growing delay. A new process counts its calls from 1
-// and its time from 0 again: a streamed state whose seq is below the last call shown, or a call
-// earlier than the one before it, starts the timeline afresh from the new process's history.
+// and its time from 0 again: a streamed state whose seq is below the previous streamed state's,
+// or a call earlier than the one before it, starts the timeline afresh from the new process's
+// history. (A state's seq may lag the calls streamed with it, so the two are not compared.)
 //
 // The beep: each new startBeep (beep.count going up) plays the tone of beep.last:
 //   frequency  20 and above: that many hertz (capped at 20000); below 20 (the library's own
@@ -24,6 +25,7 @@
   let state = null;           // the last state document
   let lastSeq = 0;            // the last call event shown
   let lastTime = 0;           // its time_ms
+  let lastStateSeq = 0;       // the seq of the last streamed state document
   let streamStates = 0;       // state documents the stream brought
   let lastBeepCount = null;   // null until the first state: beeps before the page opened are not played
   let stream = null;
@@ -346,7 +348,8 @@
     stream.addEventListener('state', (e) => {
       ++streamStates;
       const s = JSON.parse(e.data);
-      if (s.seq < lastSeq) return restarted();
+      if (s.seq < lastStateSeq) return restarted();
+      lastStateSeq = s.seq;
       renderState(s);
     });
     stream.addEventListener('error', () => {
@@ -362,6 +365,7 @@
   function restarted() {
     lastSeq = 0;
     lastTime = 0;
+    lastStateSeq = 0;
     lastBeepCount = null;
     heldByPage.clear();
     addRow(['', '', '', '', '', 'the device restarted'], 'restart');
