@@ -3,6 +3,7 @@
 # Arguments replace the command, e.g. scripts/run-tool.sh --json modules
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/build.sh
+# Build output goes to standard error, so that --json leaves only the document on standard output.
+scripts/build.sh >&2
 if [ $# -eq 0 ]; then set -- scan; fi
 exec build/bin/orvexctl "$@"

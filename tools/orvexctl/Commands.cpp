@@ -83,14 +83,19 @@ int ReportChildFailure(const Options& options, const std::string& command,
 
 }  // namespace
 
-int RunExport(const Options&, const std::vector<std::string>& args) {
+int RunExport(const Options& options, const std::vector<std::string>& args) {
     std::string error;
     if (!ExportProfile(args.at(0), args.at(1), &error)) {
         fprintf(stderr, "orvexctl export: %s\n", error.c_str());
         return kExitUsage;
     }
-    printf("wrote profile %s to %s; check it with: orvexctl --root %s check\n", args[0].c_str(),
-           args[1].c_str(), args[1].c_str());
+    if (options.json) {
+        printf("%s\n", Document({{"command", "export"}, {"ok", true}, {"profile", args[0]},
+                                 {"root", args[1]}}).c_str());
+    } else {
+        printf("wrote profile %s to %s; check it with: orvexctl --root %s check\n",
+               args[0].c_str(), args[1].c_str(), args[1].c_str());
+    }
     return kExitOk;
 }
 

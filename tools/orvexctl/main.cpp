@@ -130,7 +130,7 @@ int main(int argc, char** argv) {
 
     std::vector<std::string> args;
     int presses = 0;
-    std::string serial;
+    std::string serial, first, second;
     const orvexctl::CommandSpec* chosen = nullptr;
     for (const orvexctl::CommandSpec& spec : orvexctl::Commands()) {
         CLI::App* sub = app.add_subcommand(spec.name, spec.help);
@@ -140,10 +140,10 @@ int main(int argc, char** argv) {
         const std::string want = spec.args;
         if (want == "NAME...") sub->add_option("NAME", args, "dependency names")->required();
         if (want == "PROFILE DIR") {
-            sub->add_option("PROFILE", args, "a built-in profile")->required();
-            sub->add_option("DIR", args, "the new device root (missing or empty)")->required();
+            sub->add_option("PROFILE", first, "a built-in profile")->required();
+            sub->add_option("DIR", second, "the new device root (missing or empty)")->required();
         }
-        if (want == "DIR") sub->add_option("DIR", args, "the new device root (missing or empty)")->required();
+        if (want == "DIR") sub->add_option("DIR", first, "the new device root (missing or empty)")->required();
         if (std::string(spec.name) == "scan") {
             sub->add_option("--presses", presses, "trigger presses (1 to 1000)")
                 ->check(CLI::Range(1, 1000));
@@ -159,6 +159,9 @@ int main(int argc, char** argv) {
         return rc == 0 ? orvexctl::kExitOk : orvexctl::kExitUsage;
     }
     if (presses > 0) args = {"--presses", std::to_string(presses)};
+    for (const std::string* positional : {&first, &second}) {
+        if (!positional->empty()) args.push_back(*positional);
+    }
     if (std::string(chosen->name) == "pull") args.push_back(serial);
     if (!chosen->needsDevice) return chosen->run(options, args);
     if (!LibrariesPresent()) return orvexctl::kExitUsage;
