@@ -391,7 +391,9 @@
   });
   document.addEventListener('keyup', (e) => {
     const key = shortcutKey(e);
-    if (key !== undefined) release(key);
+    if (key === undefined || e.target.closest('input, textarea, select')) return;
+    e.preventDefault();  // a focused button would take Space as a click
+    release(key);
   });
   // Keys held when the window loses focus would never see their key-up.
   window.addEventListener('blur', () => heldByPage.forEach(release));
