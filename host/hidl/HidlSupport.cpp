@@ -1,12 +1,15 @@
-// Native handles and hidl_handle: descriptors travel by duplication, as through the binder
-// driver, so each holder closes its own.
+// hidl_string's buffers, native handles and hidl_handle: descriptors travel by duplication, as
+// through the binder driver, so each holder closes its own.
 
 #include <android/log.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <hidl/HidlSupport.h>
 #include <stdlib.h>
+#include <string.h>
 #include <unistd.h>
+
+#include <ostream>
 
 extern "C" {
 
@@ -70,9 +73,100 @@ void logAlwaysFatal(const char* message) {
 
 }  // namespace details
 
-hidl_handle::hidl_handle(const hidl_handle& other) { *this = other; }
+namespace {
+// Shared by every empty string, so that an empty string never allocates.
+const char* const kEmptyString = "";
+}  // namespace
 
-hidl_handle::hidl_handle(hidl_handle&& other) noexcept { *this = std::move(other); }
+hidl_string::hidl_string() : mBuffer(kEmptyString), mSize(0), mOwnsBuffer(false) {}
+
+hidl_string::hidl_string(const hidl_string& other) : hidl_string() {
+    copyFrom(other.c_str(), other.size());
+}
+
+hidl_string::hidl_string(hidl_string&& other) noexcept : hidl_string() {
+    moveFrom(std::move(other));
+}
+
+hidl_string::hidl_string(const char* s) : hidl_string() {
+    if (s != nullptr) copyFrom(s, strlen(s));
+}
+
+hidl_string::hidl_string(const char* s, size_t length) : hidl_string() { copyFrom(s, length); }
+
+hidl_string::hidl_string(const std::string& s) : hidl_string() { copyFrom(s.c_str(), s.size()); }
+
+hidl_string& hidl_string::operator=(const hidl_string& other) {
+    if (this != &other) {
+        clear();
+        copyFrom(other.c_str(), other.size());
+    }
+    return *this;
+}
+
+hidl_string& hidl_string::operator=(hidl_string&& other) noexcept {
+    if (this != &other) {
+        clear();
+        moveFrom(std::move(other));
+    }
+    return *this;
+}
+
+hidl_string& hidl_string::operator=(const char* s) {
+    clear();
+    if (s != nullptr) copyFrom(s, strlen(s));
+    return *this;
+}
+
+hidl_string& hidl_string::operator=(const std::string& s) {
+    clear();
+    copyFrom(s.c_str(), s.size());
+    return *this;
+}
+
+void hidl_string::clear() {
+    if (mOwnsBuffer) free(const_cast<char*>(mBuffer));
+    mBuffer = kEmptyString;
+    mSize = 0;
+    mOwnsBuffer = false;
+}
+
+void hidl_string::setToExternal(const char* data, size_t size) {
+    if (size > UINT32_MAX) details::logAlwaysFatal("external string size exceeds 2^32 bytes.");
+    // The receiving side reads the text in place, terminator included.
+    if (data[size] != '\0') details::logAlwaysFatal("external string is not null-terminated.");
+    clear();
+    mBuffer = data;
+    mSize = static_cast<uint32_t>(size);
+}
+
+void hidl_string::copyFrom(const char* data, size_t size) {
+    if (size >= UINT32_MAX) details::logAlwaysFatal("string size can't exceed 2^32 bytes.");
+    if (size == 0) return;
+    char* buffer = static_cast<char*>(malloc(size + 1));
+    if (buffer == nullptr) details::logAlwaysFatal("out of memory for a string.");
+    memcpy(buffer, data, size);
+    buffer[size] = '\0';
+    mBuffer = buffer;
+    mSize = static_cast<uint32_t>(size);
+    mOwnsBuffer = true;
+}
+
+void hidl_string::moveFrom(hidl_string&& other) {
+    mBuffer = other.mBuffer;
+    mSize = other.mSize;
+    mOwnsBuffer = other.mOwnsBuffer;
+    other.mOwnsBuffer = false;
+    other.clear();
+}
+
+std::ostream& operator<<(std::ostream& os, const hidl_string& str) { return os << str.c_str(); }
+
+hidl_handle::hidl_handle(const hidl_handle& other) : hidl_handle() { *this = other; }
+
+hidl_handle::hidl_handle(hidl_handle&& other) noexcept : hidl_handle() {
+    *this = std::move(other);
+}
 
 hidl_handle::~hidl_handle() { freeHandle(); }
 

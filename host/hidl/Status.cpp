@@ -5,6 +5,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <ostream>
+
 namespace android {
 namespace hardware {
 
@@ -109,6 +111,10 @@ std::string Status::description() const {
     std::string text = "Status(" + exceptionToString(mException) + "): '";
     if (mException == EX_TRANSACTION_FAILED) text += statusToString(mErrorCode) + ": ";
     return text + mMessage + "'";
+}
+
+std::ostream& operator<<(std::ostream& stream, const Status& s) {
+    return stream << s.description();
 }
 
 namespace details {

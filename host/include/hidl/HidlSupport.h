@@ -9,7 +9,10 @@
 #include <utils/RefBase.h>
 #include <utils/StrongPointer.h>
 
+#include <algorithm>
 #include <initializer_list>
+#include <iosfwd>
+#include <iterator>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -40,84 +43,120 @@ struct hidl_death_recipient : public virtual RefBase {
                              const ::android::wp<::android::hidl::base::V1_0::IBase>& who) = 0;
 };
 
-// A string that HIDL methods take and deliver. Always null-terminated.
+// A string that HIDL methods take and deliver. Always null-terminated. Its layout is libhidl's
+// (a 64-bit pointer, a 32-bit size, an ownership flag: 16 bytes), since it crosses process
+// boundaries. Every empty string shares one static buffer; setToExternal refers to the caller's.
 class hidl_string {
   public:
-    hidl_string() = default;
-    hidl_string(const char* s) : mString(s != nullptr ? s : "") {}
-    hidl_string(const char* s, size_t length) : mString(s, length) {}
-    hidl_string(const std::string& s) : mString(s) {}
-    hidl_string(std::string&& s) : mString(std::move(s)) {}
+    hidl_string();
+    ~hidl_string() { clear(); }
+    hidl_string(const hidl_string& other);
+    hidl_string(hidl_string&& other) noexcept;
+    hidl_string(const char* s);
+    hidl_string(const char* s, size_t length);
+    hidl_string(const std::string& s);
 
-    hidl_string& operator=(const char* s) {
-        mString = s != nullptr ? s : "";
-        return *this;
-    }
-    hidl_string& operator=(const std::string& s) {
-        mString = s;
-        return *this;
-    }
+    hidl_string& operator=(const hidl_string& other);
+    hidl_string& operator=(hidl_string&& other) noexcept;
+    hidl_string& operator=(const char* s);
+    hidl_string& operator=(const std::string& s);
 
-    const char* c_str() const { return mString.c_str(); }
-    size_t size() const { return mString.size(); }
-    bool empty() const { return mString.empty(); }
-    void clear() { mString.clear(); }
-    void setToExternal(const char* data, size_t size) { mString.assign(data, size); }
+    const char* c_str() const { return mBuffer; }
+    size_t size() const { return mSize; }
+    bool empty() const { return mSize == 0; }
+    void clear();
+    // Refers to `data` (whose byte `size` must be '\0') without copying; the caller keeps it
+    // alive as long as this string refers to it. More than 2^32 - 1 bytes end the process.
+    void setToExternal(const char* data, size_t size);
 
-    operator std::string() const { return mString; }
-
-    bool operator==(const hidl_string& o) const { return mString == o.mString; }
-    bool operator!=(const hidl_string& o) const { return mString != o.mString; }
-    bool operator<(const hidl_string& o) const { return mString < o.mString; }
+    operator std::string() const { return std::string(mBuffer, mSize); }
 
   private:
-    std::string mString;
+    void copyFrom(const char* data, size_t size);
+    void moveFrom(hidl_string&& other);
+
+    const char* mBuffer;
+    uint32_t mSize;    // without the terminating '\0'
+    bool mOwnsBuffer;  // whether mBuffer is ours to free
 };
 
-inline bool operator==(const hidl_string& a, const char* b) { return strcmp(a.c_str(), b) == 0; }
-inline bool operator==(const char* a, const hidl_string& b) { return b == a; }
-inline bool operator!=(const hidl_string& a, const char* b) { return !(a == b); }
-inline bool operator!=(const char* a, const hidl_string& b) { return !(b == a); }
-inline bool operator==(const hidl_string& a, const std::string& b) { return a == b.c_str(); }
-inline bool operator==(const std::string& a, const hidl_string& b) { return b == a.c_str(); }
+// Compared as C strings, as libhidl compares them.
+#define ORVEX_HIDL_STRING_OPERATOR(OP)                                          \
+    inline bool operator OP(const hidl_string& a, const hidl_string& b) {      \
+        return strcmp(a.c_str(), b.c_str()) OP 0;                              \
+    }                                                                          \
+    inline bool operator OP(const hidl_string& a, const char* b) {             \
+        return strcmp(a.c_str(), b) OP 0;                                      \
+    }                                                                          \
+    inline bool operator OP(const char* a, const hidl_string& b) {             \
+        return strcmp(a, b.c_str()) OP 0;                                      \
+    }
+ORVEX_HIDL_STRING_OPERATOR(==)
+ORVEX_HIDL_STRING_OPERATOR(!=)
+ORVEX_HIDL_STRING_OPERATOR(<)
+ORVEX_HIDL_STRING_OPERATOR(<=)
+ORVEX_HIDL_STRING_OPERATOR(>)
+ORVEX_HIDL_STRING_OPERATOR(>=)
+#undef ORVEX_HIDL_STRING_OPERATOR
+
+std::ostream& operator<<(std::ostream& os, const hidl_string& str);
+
+static_assert(sizeof(hidl_string) == 16, "hidl_string crosses process boundaries");
 
 // A vector that HIDL methods take and deliver. Like libhidl's, it may refer to a buffer it does
 // not own (setToExternal), which callers use to pass large buffers without a copy; its size is
-// limited to 2^32 - 1 elements.
+// limited to 2^32 - 1 elements. Its layout is libhidl's (16 bytes, padding zeroed).
 template <typename T>
 class hidl_vec {
   public:
-    hidl_vec() = default;
-    explicit hidl_vec(size_t size) { resize(size); }
-    hidl_vec(size_t size, const T& value) {
-        resize(size);
+    using value_type = T;
+    using iterator = T*;
+    using const_iterator = const T*;
+
+    hidl_vec() : mBuffer(nullptr), mSize(0), mOwnsBuffer(true) { memset(mPad, 0, sizeof(mPad)); }
+    explicit hidl_vec(size_t size) : hidl_vec() { resize(size); }
+    hidl_vec(size_t size, const T& value) : hidl_vec(size) {
         for (size_t i = 0; i < size; ++i) mBuffer[i] = value;
     }
-    hidl_vec(std::initializer_list<T> list) { assign(list.begin(), list.size()); }
-    hidl_vec(const std::vector<T>& v) {
-        if (v.size() > UINT32_MAX)
+    hidl_vec(std::initializer_list<T> list) : hidl_vec() { *this = list; }
+    hidl_vec(const std::vector<T>& v) : hidl_vec() { *this = v; }
+    template <typename InputIterator,
+              typename = std::enable_if_t<std::is_convertible<
+                  typename std::iterator_traits<InputIterator>::iterator_category,
+                  std::input_iterator_tag>::value>>
+    hidl_vec(InputIterator first, InputIterator last) : hidl_vec() {
+        auto count = std::distance(first, last);
+        if (count < 0) details::logAlwaysFatal("size can't be negative.");
+        if (static_cast<uint64_t>(count) > UINT32_MAX)
             details::logAlwaysFatal("hidl_vec can't hold more than 2^32 elements.");
-        assign(v.data(), v.size());
+        resize(static_cast<size_t>(count));
+        for (size_t i = 0; first != last; ++first) mBuffer[i++] = static_cast<T>(*first);
     }
-    hidl_vec(const hidl_vec& other) { assign(other.mBuffer, other.mSize); }
-    hidl_vec(hidl_vec&& other) noexcept { swap(other); }
+    hidl_vec(const hidl_vec& other) : hidl_vec() { *this = other; }
+    hidl_vec(hidl_vec&& other) noexcept : hidl_vec() { *this = std::move(other); }
     ~hidl_vec() { release(); }
 
     hidl_vec& operator=(const hidl_vec& other) {
-        if (this != &other) {
-            hidl_vec copy(other);
-            swap(copy);
-        }
+        if (this != &other) assign(other.mBuffer, other.mSize);
         return *this;
     }
     hidl_vec& operator=(hidl_vec&& other) noexcept {
         if (this != &other) {
             release();
-            swap(other);
+            std::swap(mBuffer, other.mBuffer);
+            std::swap(mSize, other.mSize);
+            std::swap(mOwnsBuffer, other.mOwnsBuffer);
         }
         return *this;
     }
-    hidl_vec& operator=(const std::vector<T>& v) { return *this = hidl_vec(v); }
+    hidl_vec& operator=(const std::vector<T>& v) {
+        assign(v.data(), v.size());
+        return *this;
+    }
+    hidl_vec& operator=(std::initializer_list<T> list) {
+        assign(list.begin(), list.size());
+        return *this;
+    }
 
     // Refers to `data` without copying it; the buffer is freed with delete[] only when
     // `shouldOwn`. More than 2^32 - 1 elements end the process.
@@ -130,22 +169,22 @@ class hidl_vec {
         mOwnsBuffer = shouldOwn;
     }
 
-    // Hands the buffer to the caller, who frees it with delete[].
+    // Hands the buffer to the caller, who frees it with delete[]; the vector still refers to
+    // it, without owning it (an external buffer is copied first, so the caller always owns
+    // what it gets).
     T* releaseData() {
-        if (!mOwnsBuffer && mSize > 0) resize(mSize);
-        T* data = mBuffer;
-        mBuffer = nullptr;
-        mSize = 0;
-        mOwnsBuffer = true;
-        return data;
+        if (!mOwnsBuffer && mBuffer != nullptr) resize(mSize);
+        mOwnsBuffer = false;
+        return mBuffer;
     }
 
+    // Always a new buffer, even of no elements; kept elements are copied into it.
     void resize(size_t size) {
         if (size > UINT32_MAX)
             details::logAlwaysFatal("hidl_vec can't hold more than 2^32 elements.");
-        T* buffer = size > 0 ? new T[size]() : nullptr;
+        T* buffer = new T[size]();
         size_t keep = size < mSize ? size : mSize;
-        for (size_t i = 0; i < keep; ++i) buffer[i] = std::move(mBuffer[i]);
+        for (size_t i = 0; i < keep; ++i) buffer[i] = mBuffer[i];
         release();
         mBuffer = buffer;
         mSize = static_cast<uint32_t>(size);
@@ -158,10 +197,13 @@ class hidl_vec {
     bool empty() const { return mSize == 0; }
     T& operator[](size_t i) { return mBuffer[i]; }
     const T& operator[](size_t i) const { return mBuffer[i]; }
-    T* begin() { return mBuffer; }
-    T* end() { return mBuffer + mSize; }
-    const T* begin() const { return mBuffer; }
-    const T* end() const { return mBuffer + mSize; }
+    iterator begin() { return mBuffer; }
+    iterator end() { return mBuffer + mSize; }
+    const_iterator begin() const { return mBuffer; }
+    const_iterator end() const { return mBuffer + mSize; }
+    iterator find(const T& v) { return std::find(begin(), end(), v); }
+    const_iterator find(const T& v) const { return std::find(begin(), end(), v); }
+    bool contains(const T& v) const { return find(v) != end(); }
 
     operator std::vector<T>() const { return std::vector<T>(begin(), end()); }
 
@@ -175,9 +217,16 @@ class hidl_vec {
     bool operator!=(const hidl_vec& o) const { return !(*this == o); }
 
   private:
+    // A copy owned by this vector, even of no elements, as libhidl's copies are.
     void assign(const T* data, size_t size) {
-        resize(size);
-        for (size_t i = 0; i < size; ++i) mBuffer[i] = data[i];
+        if (size > UINT32_MAX)
+            details::logAlwaysFatal("hidl_vec can't hold more than 2^32 elements.");
+        T* buffer = size > 0 ? new T[size]() : nullptr;
+        for (size_t i = 0; i < size; ++i) buffer[i] = data[i];
+        release();
+        mBuffer = buffer;
+        mSize = static_cast<uint32_t>(size);
+        mOwnsBuffer = true;
     }
     void release() {
         if (mOwnsBuffer) delete[] mBuffer;
@@ -185,25 +234,20 @@ class hidl_vec {
         mSize = 0;
         mOwnsBuffer = true;
     }
-    void swap(hidl_vec& o) noexcept {
-        std::swap(mBuffer, o.mBuffer);
-        std::swap(mSize, o.mSize);
-        std::swap(mOwnsBuffer, o.mOwnsBuffer);
-    }
 
-    T* mBuffer = nullptr;
-    uint32_t mSize = 0;
-    bool mOwnsBuffer = true;
+    T* mBuffer;
+    uint32_t mSize;
+    bool mOwnsBuffer;
+    uint8_t mPad[3];
 };
 
 // A native handle that HIDL methods take and deliver. A copy owns duplicates of the
 // descriptors, as a handle received over the transport does.
 class hidl_handle {
   public:
-    hidl_handle() = default;
-    hidl_handle(std::nullptr_t) {}
+    hidl_handle() : mHandle(nullptr), mOwnsHandle(false) { memset(mPad, 0, sizeof(mPad)); }
     // Refers to `handle` without owning it.
-    hidl_handle(const native_handle_t* handle) : mHandle(handle), mOwnsHandle(false) {}
+    hidl_handle(const native_handle_t* handle) : hidl_handle() { mHandle = handle; }
     hidl_handle(const hidl_handle& other);
     hidl_handle(hidl_handle&& other) noexcept;
     ~hidl_handle();
@@ -222,9 +266,12 @@ class hidl_handle {
   private:
     void freeHandle();
 
-    const native_handle_t* mHandle = nullptr;
-    bool mOwnsHandle = false;
+    const native_handle_t* mHandle;
+    bool mOwnsHandle;
+    uint8_t mPad[7];
 };
+
+static_assert(sizeof(hidl_handle) == 16, "hidl_handle crosses process boundaries");
 
 }  // namespace hardware
 }  // namespace android

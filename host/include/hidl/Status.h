@@ -10,6 +10,7 @@
 #include <utils/Errors.h>
 #include <utils/StrongPointer.h>
 
+#include <iosfwd>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -57,6 +58,9 @@ class Status final {
     int32_t mErrorCode = 0;
     std::string mMessage;
 };
+
+// Writes description().
+std::ostream& operator<<(std::ostream& stream, const Status& s);
 
 namespace details {
 
