@@ -2,10 +2,8 @@
 // references: the object dies with its last strong reference, the count block with its last
 // weak one (every strong reference also holds a weak one).
 
+#include <android/log.h>
 #include <utils/RefBase.h>
-
-#include <stdio.h>
-#include <stdlib.h>
 
 namespace android {
 
@@ -13,6 +11,7 @@ namespace {
 // The strong count before the first strong reference, so "never referenced" and "all
 // references gone" can be told apart.
 constexpr int32_t kInitialStrongValue = 1 << 28;
+constexpr const char* kTag = "RefBase";
 }  // namespace
 
 class RefBase::weakref_impl : public RefBase::weakref_type {
@@ -27,11 +26,24 @@ public:
 RefBase::RefBase() : mRefs(new weakref_impl(this)) {}
 
 RefBase::~RefBase() {
-    // An object that never had a strong reference (on the stack, or deleted by hand) owns its
-    // count block unless weak references still point at it.
-    if (mRefs->mStrong.load(std::memory_order_relaxed) == kInitialStrongValue &&
-        mRefs->mWeak.load(std::memory_order_relaxed) == 0) {
-        delete mRefs;
+    const int32_t strong = mRefs->mStrong.load(std::memory_order_relaxed);
+    if (strong == kInitialStrongValue) {
+        // Never strongly referenced: destroyed by hand, or on the stack. The count block goes
+        // with the object unless weak references remain; those then find it dead.
+        const int32_t weak = mRefs->mWeak.load(std::memory_order_relaxed);
+        __android_log_print(ANDROID_LOG_WARN, kTag,
+                            "RefBase: Explicit destruction, weak count = %d (in %p). Use sp<> "
+                            "to manage this object.",
+                            weak, static_cast<void*>(this));
+        if (weak == 0) {
+            delete mRefs;
+        } else {
+            mRefs->mStrong.store(0, std::memory_order_relaxed);
+        }
+    } else if (strong != 0) {
+        __android_log_assert(nullptr, kTag,
+                             "RefBase: object %p with strong count %d deleted. Double owned?",
+                             static_cast<void*>(this), strong);
     }
 }
 
@@ -44,6 +56,16 @@ void RefBase::incStrong(const void* id) const {
     if (c != kInitialStrongValue) return;
     mRefs->mStrong.fetch_sub(kInitialStrongValue, std::memory_order_relaxed);
     const_cast<RefBase*>(this)->onFirstRef();
+}
+
+void RefBase::incStrongRequireStrong(const void* id) const {
+    mRefs->incWeak(id);
+    int32_t c = mRefs->mStrong.fetch_add(1, std::memory_order_relaxed);
+    if (c <= 0 || c == kInitialStrongValue) {
+        __android_log_assert(nullptr, kTag,
+                             "incStrongRequireStrong() called on %p which isn't already owned",
+                             static_cast<void*>(mRefs));
+    }
 }
 
 void RefBase::forceIncStrong(const void* id) const {
@@ -63,8 +85,8 @@ void RefBase::decStrong(const void* id) const {
     // ThreadSanitizer follows (it does not model fences).
     int32_t c = refs->mStrong.fetch_sub(1, std::memory_order_acq_rel);
     if (c <= 0 || c == kInitialStrongValue) {
-        fprintf(stderr, "RefBase: decStrong() called on %p too many times\n", this);
-        abort();
+        __android_log_assert(nullptr, kTag, "decStrong() called on %p too many times",
+                             static_cast<void*>(refs));
     }
     if (c == 1) {
         const_cast<RefBase*>(this)->onLastStrongRef(id);
@@ -73,10 +95,7 @@ void RefBase::decStrong(const void* id) const {
     refs->decWeak(id);
 }
 
-int32_t RefBase::getStrongCount() const {
-    int32_t c = mRefs->mStrong.load(std::memory_order_relaxed);
-    return c >= kInitialStrongValue ? c - kInitialStrongValue : c;
-}
+int32_t RefBase::getStrongCount() const { return mRefs->mStrong.load(std::memory_order_relaxed); }
 
 RefBase::weakref_type* RefBase::createWeak(const void* id) const {
     mRefs->incWeak(id);
@@ -98,8 +117,13 @@ void RefBase::weakref_type::decWeak(const void*) {
     int32_t c = impl->mWeak.fetch_sub(1, std::memory_order_acq_rel);
     if (c != 1) return;
     if (impl->mStrong.load(std::memory_order_relaxed) == kInitialStrongValue) {
-        // Only weak references ever existed: the object goes with the last of them.
-        delete impl->mBase;
+        // Only weak references ever existed. The object may yet get a strong one (weak
+        // references taken in a constructor are common), so it stays; its owner must still
+        // take one, or delete it.
+        __android_log_print(ANDROID_LOG_WARN, kTag,
+                            "RefBase: Object at %p lost last weak reference before it had a "
+                            "strong reference",
+                            static_cast<void*>(impl->mBase));
     } else {
         delete impl;
     }

@@ -46,6 +46,17 @@ public:
         return sp<T>(new T(std::forward<Args>(args)...));
     }
 
+    // A further strong reference to an object that already has one; an object nobody owns yet
+    // ends the process, which is what makes this safer than sp(T*).
+    static sp<T> fromExisting(T* other) {
+        sp<T> result;
+        if (other != nullptr) {
+            other->incStrongRequireStrong(other);
+            result.m_ptr = other;
+        }
+        return result;
+    }
+
     sp& operator=(const sp<T>& other) {
         T* old = m_ptr;
         if (other.m_ptr) other.m_ptr->incStrong(this);
@@ -95,18 +106,33 @@ private:
     T* m_ptr;
 };
 
-template <typename T, typename U>
-bool operator==(const sp<T>& a, const sp<U>& b) {
-    return a.get() == b.get();
+// Pointers of either type, compared by address as libutils compares them.
+template <template <typename> class Compare, typename T, typename U>
+bool sp_compare(const T* a, const U* b) {
+    return Compare<typename std::common_type<const T*, const U*>::type>()(a, b);
 }
-template <typename T, typename U>
-bool operator!=(const sp<T>& a, const sp<U>& b) {
-    return a.get() != b.get();
-}
-template <typename T, typename U>
-bool operator<(const sp<T>& a, const sp<U>& b) {
-    return std::less<const void*>()(a.get(), b.get());
-}
+
+#define ORVEX_SP_OPERATOR(OP, COMPARE)                              \
+    template <typename T, typename U>                               \
+    bool operator OP(const sp<T>& a, const sp<U>& b) {              \
+        return sp_compare<COMPARE>(a.get(), b.get());               \
+    }                                                               \
+    template <typename T, typename U>                               \
+    bool operator OP(const sp<T>& a, const U* b) {                  \
+        return sp_compare<COMPARE>(a.get(), b);                     \
+    }                                                               \
+    template <typename T, typename U>                               \
+    bool operator OP(const T* a, const sp<U>& b) {                  \
+        return sp_compare<COMPARE>(a, b.get());                     \
+    }
+ORVEX_SP_OPERATOR(==, std::equal_to)
+ORVEX_SP_OPERATOR(!=, std::not_equal_to)
+ORVEX_SP_OPERATOR(<, std::less)
+ORVEX_SP_OPERATOR(<=, std::less_equal)
+ORVEX_SP_OPERATOR(>, std::greater)
+ORVEX_SP_OPERATOR(>=, std::greater_equal)
+#undef ORVEX_SP_OPERATOR
+
 template <typename T>
 bool operator==(const sp<T>& a, std::nullptr_t) {
     return a.get() == nullptr;
@@ -122,14 +148,6 @@ bool operator==(std::nullptr_t, const sp<T>& a) {
 template <typename T>
 bool operator!=(std::nullptr_t, const sp<T>& a) {
     return a.get() != nullptr;
-}
-template <typename T, typename U>
-bool operator==(const sp<T>& a, const U* b) {
-    return a.get() == b;
-}
-template <typename T, typename U>
-bool operator!=(const sp<T>& a, const U* b) {
-    return a.get() != b;
 }
 
 }  // namespace android
