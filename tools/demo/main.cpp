@@ -29,13 +29,10 @@
 #include <pthread.h>
 #include <signal.h>
 #include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
 
 #include <chrono>
 #include <condition_variable>
 #include <deque>
-#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -434,10 +431,9 @@ private:
 
     void BeginScan() {
         if (mLed != nullptr) mLed->PrepareFeedbackForTrigger();  // red while decoding
-        if (mBeep != nullptr && mBeep->InitializeFeedback()) {
-            mBeep->PrepareFeedbackForTrigger();  // the beep's volume and tone
-        }
-        if (mVibrator != nullptr) mVibrator->InitializeFeedback();
+        mBeepReady = mBeep != nullptr && mBeep->InitializeFeedback();
+        if (mBeepReady) mBeep->PrepareFeedbackForTrigger();  // the beep's volume and tone
+        mVibratorReady = mVibrator != nullptr && mVibrator->InitializeFeedback();
         StopListeningForScanners();
         ListenForScanners();
         if (mSerial != nullptr) OpenSerialPort(mSerialPortName);
@@ -446,18 +442,20 @@ private:
 
     void GoodDecode() {
         ++mDecodes;
+        std::string feedback;
+        if (mBeepReady && mBeep->TriggerFeedback()) feedback += ", beep";
+        if (mLed != nullptr && mLed->TriggerFeedback()) feedback += ", LED green";  // off when its timer ends
+        // Preparing asks whether a vibrator is attached now.
+        if (mVibratorReady && mVibrator->PrepareFeedbackForTrigger() && mVibrator->TriggerFeedback()) {
+            feedback += ", vibrate";
+        }
+        printf("good decode %d: %s\n", mDecodes, feedback.empty() ? "no feedback" : feedback.c_str() + 2);
         if (mAdapter != nullptr) {
             CloseImager();
             const auto [frames, mean] = mFrames.Take();
             if (frames == 0) printf("imager: no frames during the scan\n");
             else printf("imager: %u frames during the scan, last frame's mean level %u\n", frames, mean);
         }
-        if (mBeep != nullptr) mBeep->TriggerFeedback();
-        if (mLed != nullptr) mLed->TriggerFeedback();  // green, then off when its timer ends
-        // Preparing asks whether a vibrator is attached now.
-        const bool vibrated = mVibrator != nullptr && mVibrator->PrepareFeedbackForTrigger() &&
-                              mVibrator->TriggerFeedback();
-        printf("good decode %d: beep, LED green%s\n", mDecodes, vibrated ? ", vibrate" : "");
     }
 
     Platform& mPlatform;
@@ -470,8 +468,10 @@ private:
     IHWTriggerModule* mTrigger = nullptr;
     bool mTriggerAcquired = false;
     IFeedbackModule* mBeep = nullptr;
+    bool mBeepReady = false;  // for this scan
     IFeedbackModule* mLed = nullptr;
     IFeedbackModule* mVibrator = nullptr;
+    bool mVibratorReady = false;  // for this scan
     ISerialPortModule* mSerial = nullptr;
     std::string mSerialPortName;
     IPlugableDeviceModule* mPlug = nullptr;
