@@ -5,14 +5,15 @@
 // missed calls come back); when it gives up (the process is gone and a different answer came
 // back) the page opens a new stream after a growing delay. A new process counts its calls from 1
 // and its time from 0 again: a streamed state whose seq is below the previous streamed state's,
-// or a call earlier than the one before it, starts the timeline afresh from the new process's
-// history. (A state's seq may lag the calls streamed with it, so the two are not compared.)
+// or a call earlier than the one before it, marks the restart in the timeline and streams the
+// new process's whole history. (A state's seq may lag the calls streamed with it, so the two
+// are not compared.)
 //
 // The beep: each new startBeep (beep.count going up) plays the tone of beep.last:
 //   frequency  20 and above: that many hertz (capped at 20000); below 20 (the library's own
 //              default is 12): a step of the beeper's scale, 500 + 250 x step hertz (12: 3500 Hz);
 //   duration   milliseconds, played for 30 to 2000;
-//   volume     0 to 10 (clamped), loudness (volume / 10)^2 of half the full scale, 0 silent;
+//   volume     0 to 10 (clamped), amplitude (volume / 10)^2 of half the full scale, 0 silent;
 //   timeout, timeout_after: the service's own timeouts, not part of the tone.
 // A square wave, as a piezo beeper sounds, with 5 ms ramps so it does not click. Browsers play
 // sound only after a gesture on the page: the "play the beep" box is that gesture.
