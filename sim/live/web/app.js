@@ -33,6 +33,7 @@
   let retryTimer = null;
   let retryDelay = 500;
   let audio = null;
+  let vibrationTimer = null;
   let keysShown = '';         // the key list the controls were built for
   let servicesShown = '';
   const heldByPage = new Set();  // keys this page pressed and has not released
@@ -217,8 +218,13 @@
       : 'beeps: ' + beep.count;
 
     // The vibrator.
+    // A state comes when a vibration starts; its end may bring none, so the page ends it too.
     const vib = s.vibrator;
     $('device').classList.toggle('vibrating', vib.active);
+    clearTimeout(vibrationTimer);
+    if (vib.active) {
+      vibrationTimer = setTimeout(() => $('device').classList.remove('vibrating'), vib.last ? vib.last.duration : 300);
+    }
     const vs = $('vibrator-status');
     vs.classList.toggle('active', vib.active);
     vs.textContent = !vib.present ? 'no external vibrator'
