@@ -347,6 +347,13 @@ void* TimerProvider::ThreadProc(void*) {
                 SF_LOGE("[Timer::ThreadProc] pTimer->p_Container is NULL\n");
                 continue;
             }
+            if (timer->fd_TimerFD == -1) {
+                // A report left over from a descriptor that a stop earlier in this batch
+                // closed: no callback is queued for it, so the timer is not put in flight
+                // (where nothing would ever take it out, and a destroy would wait for ever).
+                OnTimerExpired(timer);
+                continue;
+            }
             if (*timer->p_Container == nullptr) ++ExtraCallbacks()[timer];
             *timer->p_Container = nullptr;
             OnTimerExpired(timer);
