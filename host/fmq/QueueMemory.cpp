@@ -53,31 +53,24 @@ void* mapGrantor(const native_handle_t* handle, const GrantorDescriptor& grantor
     const uint64_t offset = grantor.offset, extent = grantor.extent;
     const size_t page = pageSize();
     if (grantor.fdIndex >= static_cast<uint32_t>(handle->numFds)) {
-        __android_log_print(ANDROID_LOG_ERROR, kTag,
-                            "fdIndex (%u) from grantor (index %zu) must be smaller than the "
-                            "number of fds in the handle: %d",
-                            grantor.fdIndex, index, handle->numFds);
+        __android_log_print(ANDROID_LOG_ERROR, kTag, "Grantor %zu: fdIndex %u is past the %d fds",
+                            index, grantor.fdIndex, handle->numFds);
         return nullptr;
     }
     if (offset % sizeof(uint64_t) != 0) {
-        __android_log_print(ANDROID_LOG_ERROR, kTag,
-                            "Grantor (index %zu) offset needs to be aligned to word boundary but "
-                            "is: %u",
+        __android_log_print(ANDROID_LOG_ERROR, kTag, "Grantor %zu: offset %u is not word-aligned",
                             index, grantor.offset);
         return nullptr;
     }
     if (extent < minimumExtent(index) || extent > static_cast<uint64_t>(INT_MAX) - page) {
-        __android_log_print(ANDROID_LOG_ERROR, kTag,
-                            "Grantor (index %zu) extent value is too small or too large: %llu",
+        __android_log_print(ANDROID_LOG_ERROR, kTag, "Grantor %zu: extent %llu is out of range",
                             index, static_cast<unsigned long long>(extent));
         return nullptr;
     }
     // libfmq maps with int offsets and lengths: a grantor must end within them.
     if (offset + extent > static_cast<uint64_t>(INT_MAX)) {
-        __android_log_print(ANDROID_LOG_ERROR, kTag,
-                            "Grantor (index %zu) at offset %u with extent %llu ends past the "
-                            "mappable range",
-                            index, grantor.offset, static_cast<unsigned long long>(extent));
+        __android_log_print(ANDROID_LOG_ERROR, kTag, "Grantor %zu: ends at %llu, past what maps",
+                            index, static_cast<unsigned long long>(offset + extent));
         return nullptr;
     }
     const int fd = handle->data[grantor.fdIndex];
@@ -85,11 +78,9 @@ void* mapGrantor(const native_handle_t* handle, const GrantorDescriptor& grantor
     struct stat st;
     if (fstat(fd, &st) == 0 && S_ISREG(st.st_mode) &&
         offset + extent > static_cast<uint64_t>(st.st_size)) {
-        __android_log_print(ANDROID_LOG_ERROR, kTag,
-                            "Grantor (index %zu) at offset %u with extent %llu ends past its "
-                            "memory of %lld bytes",
-                            index, grantor.offset, static_cast<unsigned long long>(extent),
-                            static_cast<long long>(st.st_size));
+        __android_log_print(
+            ANDROID_LOG_ERROR, kTag, "Grantor %zu: ends at %llu, past the %lld bytes", index,
+            static_cast<unsigned long long>(offset + extent), static_cast<long long>(st.st_size));
         return nullptr;
     }
     const size_t mapOffset = offset / page * page;

@@ -92,10 +92,10 @@ public:
     T* get() const { return m_ptr; }
     explicit operator bool() const { return m_ptr != nullptr; }
 
-    // Casts without a type check, as libutils' sp::cast does.
+    // Casts without a type check, as libutils' sp::cast does; the object must already be owned.
     template <typename U>
     static sp<T> cast(const sp<U>& other) {
-        return sp<T>(static_cast<T*>(other.get()));
+        return fromExisting(static_cast<T*>(other.get()));
     }
 
 private:
