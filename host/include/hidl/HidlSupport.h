@@ -63,7 +63,6 @@ class hidl_string {
 
     const char* c_str() const { return mBuffer; }
     size_t size() const { return mSize; }
-    bool empty() const { return mSize == 0; }
     void clear();
     // Refers to `data` (whose byte `size` must be '\0') without copying; the caller keeps it
     // alive as long as this string refers to it. More than 2^32 - 1 bytes end the process.
@@ -114,10 +113,7 @@ class hidl_vec {
     using const_iterator = const T*;
 
     hidl_vec() : mBuffer(nullptr), mSize(0), mOwnsBuffer(true) { memset(mPad, 0, sizeof(mPad)); }
-    explicit hidl_vec(size_t size) : hidl_vec() { resize(size); }
-    hidl_vec(size_t size, const T& value) : hidl_vec(size) {
-        for (size_t i = 0; i < size; ++i) mBuffer[i] = value;
-    }
+    hidl_vec(size_t size) : hidl_vec() { resize(size); }
     hidl_vec(std::initializer_list<T> list) : hidl_vec() { *this = list; }
     hidl_vec(const std::vector<T>& v) : hidl_vec() { *this = v; }
     template <typename InputIterator,
@@ -154,7 +150,7 @@ class hidl_vec {
         return *this;
     }
     hidl_vec& operator=(std::initializer_list<T> list) {
-        assign(list.begin(), list.size());
+        assign(list.begin(), list.size(), true);
         return *this;
     }
 
@@ -194,7 +190,6 @@ class hidl_vec {
     T* data() { return mBuffer; }
     const T* data() const { return mBuffer; }
     size_t size() const { return mSize; }
-    bool empty() const { return mSize == 0; }
     T& operator[](size_t i) { return mBuffer[i]; }
     const T& operator[](size_t i) const { return mBuffer[i]; }
     iterator begin() { return mBuffer; }
@@ -217,11 +212,12 @@ class hidl_vec {
     bool operator!=(const hidl_vec& o) const { return !(*this == o); }
 
   private:
-    // A copy owned by this vector, even of no elements, as libhidl's copies are.
-    void assign(const T* data, size_t size) {
+    // A copy owned by this vector; of no elements, a buffer only when `allocateEmpty` (a list
+    // gets one, a copied vector does not, as in libhidl).
+    void assign(const T* data, size_t size, bool allocateEmpty = false) {
         if (size > UINT32_MAX)
             details::logAlwaysFatal("hidl_vec can't hold more than 2^32 elements.");
-        T* buffer = size > 0 ? new T[size]() : nullptr;
+        T* buffer = size > 0 || allocateEmpty ? new T[size]() : nullptr;
         for (size_t i = 0; i < size; ++i) buffer[i] = data[i];
         release();
         mBuffer = buffer;

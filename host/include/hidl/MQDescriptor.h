@@ -31,6 +31,9 @@ struct GrantorDescriptor {
 
 // The descriptor's layout is libhidl's (32 bytes), since descriptors cross process boundaries.
 template <typename T, MQFlavor flavor>
+class MessageQueue;
+
+template <typename T, MQFlavor flavor>
 struct MQDescriptor {
     enum GrantorType : int { READPTRPOS = 0, WRITEPTRPOS, DATAPTRPOS, EVFLAGWORDPOS };
     static constexpr int32_t kMinGrantorCount = DATAPTRPOS + 1;
@@ -97,15 +100,14 @@ struct MQDescriptor {
     native_handle_t* handle() { return mHandle; }
 
   private:
+    template <typename, MQFlavor>
+    friend class MessageQueue;
+
     static constexpr uint32_t kReadOffset = 0;
     static constexpr uint32_t kWriteOffset = 64;
     static constexpr uint32_t kEventFlagOffset = 128;
+    static constexpr uint32_t kDataOffset = 192;  // where a new queue's ring starts
 
-  public:
-    // Where a new queue's ring starts in its memory.
-    static constexpr uint32_t kDataOffset = 192;
-
-  private:
     void swap(MQDescriptor& o) {
         std::swap(mGrantors, o.mGrantors);
         std::swap(mHandle, o.mHandle);
