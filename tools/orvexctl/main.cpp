@@ -21,6 +21,7 @@
 #include "Commands.h"
 #include "PlatformLibrary.h"
 #include "Profiles.h"
+#include "SimCommand.h"
 #include "Supervisor.h"
 
 #ifndef ORVEXCTL_VERSION
@@ -152,11 +153,29 @@ int main(int argc, char** argv) {
             sub->add_option("--serial", serial, "the device's serial (adb -s)");
         }
     }
+    // sim runs a program with the device inside it: it makes the device root for that program
+    // itself, and the tool's process loads nothing.
+    int simPort = 0;
+    std::vector<std::string> simCommand;
+    bool simChosen = false;
+    CLI::App* sim = app.add_subcommand(
+        "sim", "run a program (default: the demo service) with the virtual handheld inside it; "
+               "its page and API are served on 127.0.0.1");
+    sim->fallthrough();
+    sim->footer(kFooter);
+    sim->callback([&simChosen]() { simChosen = true; });
+    sim->add_option("--port", simPort, "the port to serve on (default: a free one)")
+        ->check(CLI::Range(0, 65535));
+    sim->add_option("PROGRAM", simCommand, "-- PROGRAM ARGS...: the program and its arguments");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         const int rc = app.exit(e);
         return rc == 0 ? orvexctl::kExitOk : orvexctl::kExitUsage;
+    }
+    if (simChosen) {
+        if (!LibrariesPresent()) return orvexctl::kExitUsage;
+        return orvexctl::RunSim(options, simPort, simCommand);
     }
     if (presses > 0) args = {"--presses", std::to_string(presses)};
     for (const std::string* positional : {&first, &second}) {

@@ -1,0 +1,126 @@
+#include "SimCommand.h"
+
+#include <errno.h>
+#include <limits.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <thread>
+
+#include "Profiles.h"
+
+namespace orvexctl {
+
+namespace {
+
+// How long the program may take to load the library and bring the device up.
+constexpr auto kUrlWait = std::chrono::seconds(20);
+
+std::string OwnFolder() {
+    char path[PATH_MAX];
+    const ssize_t n = readlink("/proc/self/exe", path, sizeof(path) - 1);
+    if (n <= 0) return ".";
+    path[n] = '\0';
+    std::string self = path;
+    return self.substr(0, self.rfind('/'));
+}
+
+std::string ReadUrl(const std::string& file) {
+    std::ifstream in(file);
+    std::string url;
+    std::getline(in, url);
+    return url;
+}
+
+}  // namespace
+
+int RunSim(const Options& options, int port, const std::vector<std::string>& command) {
+    std::vector<std::string> argv = command;
+    if (argv.empty()) {
+        const std::string demo = OwnFolder() + "/orvex-demo";
+        if (access(demo.c_str(), X_OK) != 0) {
+            fprintf(stderr,
+                    "orvexctl sim: the demo service %s is not built (%s); build the orvex-demo "
+                    "target, or give your program after --: orvexctl sim -- PROGRAM ARGS...\n",
+                    demo.c_str(), strerror(errno));
+            return kExitUsage;
+        }
+        argv = {demo};
+    }
+
+    DeviceRootChoice choice;
+    std::string error, dir;
+    if (!choice.Select(options.profile, options.root, &error) || !MakeTempDir(&dir, &error)) {
+        fprintf(stderr, "orvexctl sim: %s\n", error.c_str());
+        return kExitUsage;
+    }
+    const std::string urlFile = dir + "/url";
+    const std::string libDir = OwnFolder() + "/../lib";
+    const char* oldPath = getenv("LD_LIBRARY_PATH");
+    const std::string libraryPath =
+        libDir + (oldPath != nullptr && *oldPath ? std::string(":") + oldPath : "");
+
+    const pid_t child = fork();
+    if (child < 0) {
+        fprintf(stderr, "orvexctl sim: cannot start %s: %s\n", argv[0].c_str(), strerror(errno));
+        return kExitUsage;
+    }
+    if (child == 0) {
+        setenv("ORVEX_SIM", options.profile.empty() ? kDefaultProfile : options.profile.c_str(), 1);
+        setenv("ORVEX_DEVICE_ROOT", choice.path().c_str(), 1);
+        setenv("ORVEX_SIM_HTTP", std::to_string(port).c_str(), 1);
+        setenv("ORVEX_SIM_URL_FILE", urlFile.c_str(), 1);
+        // A program linked against the library, or opening it by name, finds this build's.
+        setenv("LD_LIBRARY_PATH", libraryPath.c_str(), 1);
+        // The library takes the first string of the command line as the process name, inside a
+        // fixed-size path: the program runs under its base name.
+        std::vector<char*> args;
+        std::string name = argv[0].substr(argv[0].rfind('/') + 1);
+        args.push_back(name.data());
+        for (size_t i = 1; i < argv.size(); ++i) args.push_back(argv[i].data());
+        args.push_back(nullptr);
+        sigset_t none;
+        sigemptyset(&none);
+        pthread_sigmask(SIG_SETMASK, &none, nullptr);
+        execvp(argv[0].c_str(), args.data());
+        fprintf(stderr, "orvexctl sim: cannot run %s: %s\n", argv[0].c_str(), strerror(errno));
+        _exit(127);
+    }
+
+    // The program prints the URL itself; the tool repeats it on standard output once the
+    // device serves, for scripts and for a user who reads only that.
+    int status = 0;
+    bool ended = false;
+    const auto deadline = std::chrono::steady_clock::now() + kUrlWait;
+    std::string url;
+    while (url.empty() && !ended && std::chrono::steady_clock::now() < deadline) {
+        url = ReadUrl(urlFile);
+        if (url.empty()) {
+            ended = waitpid(child, &status, WNOHANG) == child;
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }
+    if (!url.empty()) {
+        printf("virtual handheld (%s): %s\n", choice.label().c_str(), url.c_str());
+        fflush(stdout);
+    } else if (!ended) {
+        fprintf(stderr,
+                "orvexctl sim: %s has not brought the device up after %lld s; does it load "
+                "libplatform.orvex.so?\n",
+                argv[0].c_str(), static_cast<long long>(kUrlWait.count()));
+    }
+    while (!ended) {
+        if (waitpid(child, &status, 0) == child) ended = true;
+        else if (errno != EINTR) break;
+    }
+    if (WIFSIGNALED(status)) return 128 + WTERMSIG(status);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : kExitProblem;
+}
+
+}  // namespace orvexctl
