@@ -133,19 +133,18 @@ bool RefBase::weakref_type::attemptIncStrong(const void* id) {
     incWeak(id);
     weakref_impl* const impl = static_cast<weakref_impl*>(this);
     int32_t c = impl->mStrong.load(std::memory_order_relaxed);
-    while (c > 0 && c != kInitialStrongValue) {
-        if (impl->mStrong.compare_exchange_weak(c, c + 1, std::memory_order_relaxed)) return true;
+    while (c > 0) {
+        if (impl->mStrong.compare_exchange_weak(c, c + 1, std::memory_order_relaxed)) break;
     }
+    if (c <= 0) {
+        decWeak(id);
+        return false;
+    }
+    // The first strong reference, taken by promotion: libutils skips onFirstRef() here.
     if (c == kInitialStrongValue) {
-        c = impl->mStrong.fetch_add(1, std::memory_order_relaxed);
-        if (c == kInitialStrongValue) {
-            impl->mStrong.fetch_sub(kInitialStrongValue, std::memory_order_relaxed);
-            impl->mBase->onFirstRef();
-        }
-        return true;
+        impl->mStrong.fetch_sub(kInitialStrongValue, std::memory_order_relaxed);
     }
-    decWeak(id);
-    return false;
+    return true;
 }
 
 int32_t RefBase::weakref_type::getWeakCount() const {
