@@ -272,17 +272,29 @@ TEST(Orvexctl, UsageErrorsExitWithTwo) {
             2)
             << line;
     }
-    // A copied binary without its libraries is a set-up error; every command's help gives the
-    // exit codes.
-    orvex::test::TempDir dir;
-    fs::copy(ORVEX_BUILD_DIR "/bin/orvexctl", dir.path() + "/orvexctl");
-    const auto copied = orvex::test::RunProcess(dir.path() + "/orvexctl", "orvexctl", {"check"}, {});
-    EXPECT_EQ(copied.exitCode, 2);
-    EXPECT_NE(copied.err.find("orvexctl: set-up error: "), std::string::npos) << copied.err;
+    // Every command's help gives the exit codes.
     const auto help =
         orvex::test::RunProcess(ORVEX_BUILD_DIR "/bin/orvexctl", "orvexctl", {"check", "--help"}, {});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_NE(help.out.find("Exit status: 0 success"), std::string::npos) << help.out;
+}
+
+// The installed tree runs on its own, from any folder; the binary copied out of it cannot find
+// its libraries and says so as a set-up error.
+TEST(Orvexctl, InstalledToolChecksFromAnyFolderAndACopiedOneRefuses) {
+    orvex::test::TempDir dir;
+    const std::string bin = dir.path() + "/bin/orvexctl";
+    const auto installed = orvex::test::RunProcess(
+        "/bin/sh", "sh",
+        {"-c", ORVEX_CMAKE " --install " ORVEX_BUILD_DIR " --component orvexctl --prefix " +
+                   dir.path() + " >/dev/null && cd / && exec " + bin + " --json check"},
+        {{"ORVEX_LOG", ""}, {"ORVEX_DEVICE_ROOT", ""}}, 120);
+    EXPECT_EQ(installed.exitCode, 0) << installed.err;
+    EXPECT_EQ(Stops(Json::parse(installed.out)), "true: ");
+    fs::copy(bin, dir.path() + "/orvexctl");
+    const auto copied = orvex::test::RunProcess(dir.path() + "/orvexctl", "orvexctl", {"check"}, {});
+    EXPECT_EQ(copied.exitCode, 2);
+    EXPECT_NE(copied.err.find("orvexctl: set-up error: "), std::string::npos) << copied.err;
 }
 
 }  // namespace
