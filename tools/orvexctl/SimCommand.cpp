@@ -6,6 +6,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -85,6 +86,9 @@ int RunSim(const Options& options, int port, const std::vector<std::string>& com
         args.push_back(name.data());
         for (size_t i = 1; i < argv.size(); ++i) args.push_back(argv[i].data());
         args.push_back(nullptr);
+        // Ending the tool (Ctrl-C, kill) ends the program too, rather than leaving it serving.
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (getppid() == 1) _exit(127);
         sigset_t none;
         sigemptyset(&none);
         pthread_sigmask(SIG_SETMASK, &none, nullptr);
