@@ -168,8 +168,6 @@ String16::String16(const char* utf8, size_t n) : mString(Utf8ToUtf16(utf8, n)) {
 
 String16::String16(const String8& s) : mString(Utf8ToUtf16(s.c_str(), s.size())) {}
 
-status_t String16::setTo(const String16& other) { return setTo(other.c_str(), other.size()); }
-
 status_t String16::setTo(const char16_t* other) { return setTo(other, Length(other)); }
 
 status_t String16::setTo(const char16_t* other, size_t len) {

@@ -31,7 +31,7 @@ class String16 {
     operator const char16_t*() const { return mString.c_str(); }
 
     // OK, or NO_MEMORY (the string unchanged) when the result could not be held.
-    status_t setTo(const String16& other);
+    void setTo(const String16& other) { mString = other.mString; }
     status_t setTo(const char16_t* other);
     status_t setTo(const char16_t* other, size_t len);
     status_t setTo(const String16& other, size_t len, size_t begin = 0);
