@@ -265,6 +265,7 @@ public:
             CloseImager();
         } else {
             mImagerPresent = false;
+            printf("no imager on this device\n");
         }
         printf("ready: press the trigger\n");
         return true;
