@@ -175,6 +175,8 @@ def main():
         ended = sim.interrupt()
     assert ended, 'the demo did not exit on Ctrl-C:\n' + '\n'.join(sim.lines)
     sim.wait_for(r'^stopped$')
+    # In a sanitizer build, a report from the demo's process fails the run.
+    assert sim.count(r'(Address|Thread|UndefinedBehavior|Leak)Sanitizer|runtime error:') == 0, '\n'.join(sim.lines)
     return 0
 
 
