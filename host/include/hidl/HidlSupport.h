@@ -107,10 +107,48 @@ static_assert(sizeof(hidl_string) == 16, "hidl_string crosses process boundaries
 // limited to 2^32 - 1 elements. Its layout is libhidl's (16 bytes, padding zeroed).
 template <typename T>
 class hidl_vec {
+    // Random access over the elements; a class rather than a pointer, as libhidl's, so that code
+    // taking begin() for a T* fails here as it fails on a device.
+    template <bool kConst>
+    class iter {
+      public:
+        using iterator_category = std::random_access_iterator_tag;
+        using value_type = T;
+        using difference_type = ptrdiff_t;
+        using pointer = std::conditional_t<kConst, const T*, T*>;
+        using reference = std::conditional_t<kConst, const T&, T&>;
+        iter(pointer ptr) : mPtr(ptr) {}
+        iter& operator++() { return *this += 1; }
+        iter operator++(int) { return mPtr++; }
+        iter& operator--() { return *this -= 1; }
+        iter operator--(int) { return mPtr--; }
+        iter& operator+=(difference_type n) {
+            mPtr += n;
+            return *this;
+        }
+        iter& operator-=(difference_type n) { return *this += -n; }
+        iter operator+(difference_type n) const { return mPtr + n; }
+        friend iter operator+(difference_type n, const iter& it) { return it + n; }
+        iter operator-(difference_type n) const { return mPtr - n; }
+        difference_type operator-(const iter& o) const { return mPtr - o.mPtr; }
+        reference operator*() const { return *mPtr; }
+        pointer operator->() const { return mPtr; }
+        reference operator[](size_t n) const { return mPtr[n]; }
+        bool operator==(const iter& o) const { return mPtr == o.mPtr; }
+        bool operator!=(const iter& o) const { return mPtr != o.mPtr; }
+        bool operator<(const iter& o) const { return mPtr < o.mPtr; }
+        bool operator>(const iter& o) const { return mPtr > o.mPtr; }
+        bool operator<=(const iter& o) const { return mPtr <= o.mPtr; }
+        bool operator>=(const iter& o) const { return mPtr >= o.mPtr; }
+
+      private:
+        pointer mPtr;
+    };
+
   public:
     using value_type = T;
-    using iterator = T*;
-    using const_iterator = const T*;
+    using iterator = iter<false>;
+    using const_iterator = iter<true>;
 
     hidl_vec() : mBuffer(nullptr), mSize(0), mOwnsBuffer(true) { memset(mPad, 0, sizeof(mPad)); }
     hidl_vec(size_t size) : hidl_vec() { resize(size); }
@@ -192,15 +230,15 @@ class hidl_vec {
     size_t size() const { return mSize; }
     T& operator[](size_t i) { return mBuffer[i]; }
     const T& operator[](size_t i) const { return mBuffer[i]; }
-    iterator begin() { return mBuffer; }
-    iterator end() { return mBuffer + mSize; }
-    const_iterator begin() const { return mBuffer; }
-    const_iterator end() const { return mBuffer + mSize; }
+    iterator begin() { return data(); }
+    iterator end() { return data() + mSize; }
+    const_iterator begin() const { return data(); }
+    const_iterator end() const { return data() + mSize; }
     iterator find(const T& v) { return std::find(begin(), end(), v); }
     const_iterator find(const T& v) const { return std::find(begin(), end(), v); }
     bool contains(const T& v) const { return find(v) != end(); }
 
-    operator std::vector<T>() const { return std::vector<T>(begin(), end()); }
+    operator std::vector<T>() const { return std::vector<T>(mBuffer, mBuffer + mSize); }
 
     bool operator==(const hidl_vec& o) const {
         if (mSize != o.mSize) return false;
