@@ -233,6 +233,11 @@ TEST(Orvexctl, ExportAndPullGiveRootsThatCheck) {
                                              {{"ORVEX_ADB", dir.path() + "/adb"}});
     EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
     EXPECT_EQ(Stops(Orvexctl({"--root", pulled, "--json", "check"})), "true: ");
+    // The exported root keeps the profile's sim/; a device has none, so those facts are unknown.
+    const std::string simFacts = R"(["rearCamera","frontCamera","scannerBeepVolume",)"
+                                 R"("scannerAudioApi","scanner","imagerInterfaceType","scanners"])";
+    EXPECT_EQ(Orvexctl({"--root", exported, "--json", "info"})["simulated"].dump(), simFacts);
+    EXPECT_EQ(Orvexctl({"--root", pulled, "--json", "info"})["notKnown"].dump(), simFacts);
     EXPECT_EQ(orvex::test::RunProcess(ORVEX_BUILD_DIR "/bin/orvexctl", "orvexctl",
                                       {"export", "default", exported}, {}).exitCode,
               2);  // never over an existing root

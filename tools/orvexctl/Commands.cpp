@@ -42,7 +42,7 @@ int RunInfo(const Options& options, const std::vector<std::string>& args) {
         fprintf(stderr, "orvexctl info: takes no arguments\n");
         return kExitUsage;
     }
-    return RunProbeCommand("info", options, args);
+    return RunProbeCommand("info", options, options.simulatedNotes);
 }
 
 // Tells the user that the library stopped (or the child failed otherwise) instead of printing

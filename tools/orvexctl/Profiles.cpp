@@ -189,10 +189,11 @@ bool DeviceRootChoice::Select(const std::string& profile, const std::string& roo
                          "library (libovc.so) and the services come from the simulator (sim/ in the "
                          "root), not from the device's own files");
     } else {
-        notes_.push_back("not known: this root has no sim/ folder, so the cameras, the imager, "
-                         "the beep volume and the device's services are those of a device "
-                         "without them (rear and front camera, imager and imager interface "
-                         "facts are not this device's)");
+        notes_.push_back("not known: this root has no sim/ folder, so the cameras, the imager "
+                         "(libimagerclient.so), the volume library (libovc.so) and the services "
+                         "are those of a device without them: the rear and front camera, scanner "
+                         "(imager ID), imager interface type, beep volume and audio API facts and "
+                         "the scanners offered are not this device's");
     }
     return true;
 }
