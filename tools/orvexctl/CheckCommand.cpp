@@ -91,6 +91,17 @@ void Classify(StepResult& result) {
     }
 }
 
+// The level the library chose as it loaded, from its own record of it ("" when it wrote none).
+std::string LogLevel(const ChildOutcome& outcome) {
+    const std::string prefix = "[InitLogLevel::InitLogLevel] Log level XML - ";
+    for (const LogRecord& r : outcome.log) {
+        if (r.tag == "LoglevelManager" && r.message.rfind(prefix, 0) == 0) {
+            return r.message.substr(prefix.size());
+        }
+    }
+    return "";
+}
+
 bool Failed(const StepResult& r) { return r.status != "ok" && r.status != "skipped" && r.status != "same"; }
 
 // The plain cause of a settings file the library cannot use, next to its own odd text.
@@ -183,6 +194,8 @@ int RunCheck(const Options& options, const std::vector<std::string>& args) {
         loads = false;
     } else {
         loads = run(settings);
+        const std::string level = LogLevel(results.back().outcome);
+        if (!level.empty()) results.back().facts["logLevel"] = level;
         if (!loads) {
             const std::string cause = SettingsCause(view);
             if (!cause.empty()) results.back().notes.push_back(cause);
@@ -354,6 +367,7 @@ int RunCheck(const Options& options, const std::vector<std::string>& args) {
         const char* mark = r.status == "ok" ? "ok" : r.status == "skipped" || r.status == "same" ? "--" : "STOP";
         std::string what = r.step.file;
         if (r.facts.count("value")) what = "\"" + r.facts.at("value") + "\"";
+        if (r.facts.count("logLevel")) what += " (log level " + r.facts.at("logLevel") + ")";
         printf("%-5s %-28s %s\n", mark, r.step.title.c_str(), what.c_str());
         if (r.status == "skipped") {
             printf("      not run: it needs the %s, which stops first\n", r.dependsOn.c_str());
