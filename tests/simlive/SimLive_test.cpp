@@ -10,7 +10,11 @@
 #include <utility>
 #include <vector>
 
+#include <sys/mman.h>
+
 #include "ApiServer.h"
+#include "FakeImager.h"
+#include "FakeImagerAdapter.h"
 #include "LiveDevice.h"
 #include "Platform.h"
 #include "PlatformModuleInterfaces.h"
@@ -189,6 +193,84 @@ TEST_F(SimLive, AHardwareManagerRestartWhileKeysAreHeldDeliversNothingTwice) {
     EXPECT_EQ(json::parse(httplib::Client("127.0.0.1", server->port()).Get("/api/state")->body)
                   ["trigger"]["pressed"],
               json::array());
+}
+
+// The first call event of /api/events read with `header` from `path`, without its time and tid.
+json FirstCall(const std::string& path, const httplib::Headers& header, int port) {
+    std::string text;
+    httplib::Client("127.0.0.1", port).Get(path.c_str(), header, [&](const char* d, size_t n) {
+        text.append(d, n);
+        return text.find("\n\n") == std::string::npos;
+    });
+    const size_t data = text.find("data: ") + 6;
+    json call = json::parse(text.substr(data, text.find("\n\n") - data), nullptr, false);
+    if (call.is_object()) call.erase("time_ms"), call.erase("tid");
+    return call;
+}
+
+TEST_F(SimLive, EventsCarryEachServiceCallAndAReaderResumesAfterTheLastItSaw) {
+    const uint64_t seq = device->events().LastSeq();
+    trigger->StartTrigger();
+    trigger->StopTrigger();
+    const auto call = [](uint64_t seq, const char* method) {
+        return json{{"seq", seq},           {"thread", "simlive_test"}, {"service", "ITrigger"},
+                    {"method", method},     {"args", ""}};
+    };
+    EXPECT_EQ(FirstCall("/api/events?since=" + std::to_string(seq), {}, server->port()),
+              call(seq + 1, "startTrigger"));
+    EXPECT_EQ(FirstCall("/api/events", {{"Last-Event-ID", std::to_string(seq + 1)}}, server->port()),
+              call(seq + 2, "stopTrigger"));
+
+    EventHub hub(2);
+    for (int i = 0; i < 4; ++i) hub.Add(i, 0, "t", "s", "m", "");
+    const EventHub::Batch batch = hub.Wait(0, 0, std::chrono::milliseconds(0));
+    EXPECT_EQ(batch.gapFrom, 1u);
+    EXPECT_EQ(batch.gapTo, 2u);
+    ASSERT_EQ(batch.calls.size(), 2u);
+    EXPECT_EQ(batch.calls[0].seq, 3u);
+}
+
+// A caller's frame callback that keeps the first frame it maps.
+class FirstFrame : public vendor::tevrin::hardware::dchwmanager::V1_0::IFrameCallback {
+  public:
+    explicit FirstFrame(size_t bytes) : mBytes(bytes) {}
+    android::hardware::Return<void> onFrameAvailable(
+        const android::hardware::hidl_handle& frame) override {
+        void* data = mmap(nullptr, mBytes, PROT_READ, MAP_SHARED, frame->data[0], 0);
+        std::lock_guard<std::mutex> lock(mLock);
+        if (data != MAP_FAILED && mFrame.empty()) {
+            mFrame.assign(static_cast<uint8_t*>(data), static_cast<uint8_t*>(data) + mBytes);
+        }
+        if (data != MAP_FAILED) munmap(data, mBytes);
+        return android::hardware::Void();
+    }
+    std::vector<uint8_t> frame() {
+        std::lock_guard<std::mutex> lock(mLock);
+        return mFrame;
+    }
+
+  private:
+    const size_t mBytes;
+    std::mutex mLock;
+    std::vector<uint8_t> mFrame;
+};
+
+TEST_F(SimLive, FramesShowAnUploadedImageScaledToTheCallersGeometry) {
+    auto* adapter = static_cast<FakeImagerAdapter*>(device->device().imager()->Adapter().get());
+    const std::string pgm = std::string("P5\n2 1\n255\n") + '\0' + '\xff';
+    ASSERT_EQ(Post("/api/imager/frames", pgm, "image/x-portable-graymap")->body,
+              R"({"height":1,"ok":true,"width":2})");
+    android::sp<FirstFrame> caller = new FirstFrame(8);
+    adapter->RegisterFrameCallback(caller);
+    adapter->Init("test", {4, 2, 8, false, false});
+    adapter->StartStreaming();
+    ASSERT_TRUE(adapter->WaitForFrames(adapter->FramesDelivered() + 1));
+    adapter->StopStreaming();
+    adapter->Deinit();
+    EXPECT_EQ(caller->frame(), std::vector<uint8_t>({0, 0, 255, 255, 0, 0, 255, 255}));
+    httplib::Client client("127.0.0.1", server->port());
+    EXPECT_EQ(json::parse(client.Get("/api/state")->body)["imager"]["source"], "image");
+    EXPECT_EQ(client.Delete("/api/imager/frames")->status, 200);
 }
 
 }  // namespace
