@@ -54,6 +54,27 @@ TEST(MessageQueue, DescriptorsThatPlaceAGrantorBadlyGiveAnInvalidQueue) {
     }
 }
 
+TEST(MessageQueue, CountersTheOtherSideCorruptedFailOneReadThenTheQueueGoesOn) {
+    const int fd = memfd_create("queue", MFD_CLOEXEC);
+    ASSERT_EQ(ftruncate(fd, 4096), 0);
+    auto* counters = static_cast<uint64_t*>(mmap(nullptr, 16, PROT_WRITE, MAP_SHARED, fd, 0));
+    native_handle_t* handle = native_handle_create(1, 0);
+    handle->data[0] = fd;
+    Queue queue(Queue::Descriptor({{0, 0, 0, 8}, {0, 0, 8, 8}, {0, 0, 64, 16}}, handle, 4));
+    uint32_t word = 7;
+    counters[1] = 40;  // the writer 40 bytes ahead of a 16-byte ring
+    EXPECT_TRUE(queue.availableToRead() == 10 && !queue.read(&word) && counters[0] == 40);
+    EXPECT_TRUE(queue.write(&word) && queue.read(&word) && word == 7);
+    orvex::hostlog::ScopedCapture log;
+    counters[1] = 46;
+    EXPECT_FALSE(queue.read(&word));
+    EXPECT_EQ(log.Entries(),
+              (std::vector<Entry>{{6, "FMQ",
+                                   "The write or read pointer has become misaligned. Reading from "
+                                   "the queue is no longer possible."}}));
+    munmap(counters, 16);
+}
+
 TEST(EventFlag, EmptyWakesAndNegativeTimeOutsEndAtOnce) {
     Queue queue(4, true);
     EventFlag* flag = nullptr;

@@ -3,7 +3,8 @@
 // The queue's descriptor (getDesc) lets the other side build a queue over the same memory.
 //
 // Only the synchronized flavour is provided: a write that does not fit and a read of more than
-// is there both fail without touching the queue. The blocking read and write calls of libfmq
+// is there both fail without touching the queue, except that a read finding the counters overrun
+// (corrupted by the other side) resets the read counter to the write counter, as libfmq does. The blocking read and write calls of libfmq
 // are not provided; pair the queue with an EventFlag on its event-flag word instead.
 #pragma once
 
@@ -77,10 +78,17 @@ class MessageQueue final {
   private:
     void initMemory(bool resetPointers);
     void unmapAll();
+    // The bytes between the counters; wraps to a huge value when they were corrupted.
+    size_t availableToReadBytes() const;
+    // Runs `copyRun(ringIndex, dataIndex, n)` for the one or two runs of `count` elements from
+    // byte `position` of the ring, as it wraps around its end.
+    template <typename Copy>
+    void copy(uint64_t position, size_t count, Copy copyRun) const;
 
     std::unique_ptr<Descriptor> mDesc;
-    std::atomic<uint64_t>* mReadPtr = nullptr;   // elements read so far, written by the reader
-    std::atomic<uint64_t>* mWritePtr = nullptr;  // elements written so far, written by the writer
+    // Bytes read and written so far, as libfmq counts them; each written by its own side.
+    std::atomic<uint64_t>* mReadPtr = nullptr;
+    std::atomic<uint64_t>* mWritePtr = nullptr;
     std::atomic<uint32_t>* mEvFlagWord = nullptr;
     T* mRing = nullptr;
     size_t mCapacity = 0;
@@ -166,44 +174,62 @@ MessageQueue<T, flavor>::~MessageQueue() {
 }
 
 template <typename T, MQFlavor flavor>
+size_t MessageQueue<T, flavor>::availableToReadBytes() const {
+    return mWritePtr->load(std::memory_order_acquire) - mReadPtr->load(std::memory_order_acquire);
+}
+
+template <typename T, MQFlavor flavor>
 size_t MessageQueue<T, flavor>::availableToWrite() const {
-    if (!isValid()) return 0;
-    uint64_t used =
-        mWritePtr->load(std::memory_order_relaxed) - mReadPtr->load(std::memory_order_acquire);
-    return used >= mCapacity ? 0 : mCapacity - static_cast<size_t>(used);
+    return isValid() ? (mDesc->getSize() - availableToReadBytes()) / sizeof(T) : 0;
 }
 
 template <typename T, MQFlavor flavor>
 size_t MessageQueue<T, flavor>::availableToRead() const {
-    if (!isValid()) return 0;
-    uint64_t used =
-        mWritePtr->load(std::memory_order_acquire) - mReadPtr->load(std::memory_order_relaxed);
-    // More than the ring holds means the counters were corrupted: nothing is trusted.
-    return used > mCapacity ? 0 : static_cast<size_t>(used);
+    return isValid() ? availableToReadBytes() / sizeof(T) : 0;
 }
 
 template <typename T, MQFlavor flavor>
 bool MessageQueue<T, flavor>::write(const T* data, size_t count) {
-    if (count > availableToWrite()) return false;
-    uint64_t position = mWritePtr->load(std::memory_order_relaxed);
-    size_t start = static_cast<size_t>(position % mCapacity);
-    size_t first = count < mCapacity - start ? count : mCapacity - start;
-    memcpy(mRing + start, data, first * sizeof(T));
-    memcpy(mRing, data + first, (count - first) * sizeof(T));
-    mWritePtr->store(position + count, std::memory_order_release);
+    if (!isValid() || count > mCapacity || count > availableToWrite()) return false;
+    const uint64_t position = mWritePtr->load(std::memory_order_relaxed);
+    copy(position, count, [&](size_t offset, size_t from, size_t n) {
+        memcpy(mRing + offset, data + from, n * sizeof(T));
+    });
+    mWritePtr->store(position + count * sizeof(T), std::memory_order_release);
     return true;
 }
 
 template <typename T, MQFlavor flavor>
 bool MessageQueue<T, flavor>::read(T* data, size_t count) {
-    if (count > availableToRead()) return false;
-    uint64_t position = mReadPtr->load(std::memory_order_relaxed);
-    size_t start = static_cast<size_t>(position % mCapacity);
-    size_t first = count < mCapacity - start ? count : mCapacity - start;
-    memcpy(data, mRing + start, first * sizeof(T));
-    memcpy(data + first, mRing, (count - first) * sizeof(T));
-    mReadPtr->store(position + count, std::memory_order_release);
+    if (!isValid()) return false;
+    const uint64_t written = mWritePtr->load(std::memory_order_acquire);
+    const uint64_t position = mReadPtr->load(std::memory_order_relaxed);
+    if (written % sizeof(T) != 0 || position % sizeof(T) != 0) {
+        details::logQueueError("The write or read pointer has become misaligned. Reading from "
+                               "the queue is no longer possible.");
+        return false;
+    }
+    // More than the ring holds: the counters were overrun or corrupted, and what the ring holds
+    // is lost. The reader starts again from the writer's position.
+    if (written - position > mDesc->getSize()) {
+        mReadPtr->store(written, std::memory_order_release);
+        return false;
+    }
+    if (count > mCapacity || written - position < count * sizeof(T)) return false;
+    copy(position, count, [&](size_t offset, size_t from, size_t n) {
+        memcpy(data + from, mRing + offset, n * sizeof(T));
+    });
+    mReadPtr->store(position + count * sizeof(T), std::memory_order_release);
     return true;
+}
+
+template <typename T, MQFlavor flavor>
+template <typename Copy>
+void MessageQueue<T, flavor>::copy(uint64_t position, size_t count, Copy copyRun) const {
+    const size_t offset = static_cast<size_t>(position % mDesc->getSize()) / sizeof(T);
+    const size_t first = count < mCapacity - offset ? count : mCapacity - offset;
+    copyRun(offset, 0, first);
+    copyRun(0, first, count - first);
 }
 
 }  // namespace hardware
