@@ -186,6 +186,8 @@ TEST(Orvexctl, CheckNamesWhatToFixInEveryBrokenRootAndNeverWritesIt) {
          "Error while creating Named pipe"},
         {"timer pipe already there", [&] { fifo("/data/vendor/scanner/sctimerfifo"); }, 0, "\"writes\":[]"},
         {"scanner list is a named pipe", [&] { fifo(list); }, 1, list + " is a named pipe"},
+        {"scanner list offers nothing", [&] { edit(list, "<supported>1<", "<supported>0<"); }, 0,
+         "\"file\":\"" + list + "\",\"line\":0,\"text\":\"the list offers no scanner for this device"},
         {"trigger file symlinked to itself", [&] { link(triggers, triggers); }, 0,
          "Init answers false): the file is a symlink loop"},
         {"platform library missing", [&] { fs::remove(r + "/system/lib64/libplatform.orvex.so"); }, 0,
