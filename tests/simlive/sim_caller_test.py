@@ -1,28 +1,22 @@
 #!/usr/bin/env python3
-"""A caller that knows only the library's exported functions runs under `orvexctl sim`; key
-events sent with POST /api/trigger reach it, and the whole process tree ends when it does.
+"""A caller that knows only the library's exported functions runs under `orvexctl sim`, then
+with ORVEX_SIM set by hand (the device root a private copy of the profile, removed at exit);
+key events sent with POST /api/trigger reach it, and the process ends when the caller does.
+An unknown profile ends the caller at load with a message.
 Usage: sim_caller_test.py ORVEXCTL SIM_CALLER"""
+import glob
 import json
+import os
 import selectors
 import subprocess
 import sys
-import time
+import tempfile
 import urllib.error
 import urllib.request
 
 orvexctl, caller = sys.argv[1], sys.argv[2]
 sent = [(726, "press"), (727, "press"), (727, "release"), (726, "release")]
-proc = subprocess.Popen([orvexctl, "sim", "--port", "0", "--", caller, str(len(sent))],
-                        stdout=subprocess.PIPE, text=True)
-lines = selectors.DefaultSelector()
-lines.register(proc.stdout, selectors.EVENT_READ)
-
-
-def line(deadline=20):
-    if not lines.select(timeout=deadline):
-        proc.kill()
-        sys.exit("no output within %d s" % deadline)
-    return proc.stdout.readline().rstrip("\n")
+want = ["OnKeyEvent(%d, %d)" % (key, action == "press") for key, action in sent]
 
 
 def post(url, body):
@@ -34,30 +28,70 @@ def post(url, body):
         return e.code
 
 
-url, acquired = None, False
-while url is None or not acquired:
-    text = line()
-    if text.startswith("virtual handheld (profile default): "):
-        url = text.split(": ", 1)[1]
-    elif text == "acquired":
-        acquired = True
-    else:
+def drive(proc, url_of, url_file=None):
+    """Waits for the URL (on standard output, or in url_file once the caller has acquired the
+    trigger) and "acquired", sends the keys, checks what the caller printed."""
+    lines = selectors.DefaultSelector()
+    lines.register(proc.stdout, selectors.EVENT_READ)
+
+    def line():
+        if not lines.select(timeout=20):
+            proc.kill()
+            sys.exit("no output within 20 s")
+        return proc.stdout.readline().rstrip("\n")
+
+    url, acquired = None, False
+    while url is None or not acquired:
+        text = line()
+        if text == "acquired":
+            acquired = True
+            if url_file is not None:
+                url = open(url_file).read().strip()
+        elif url_of(text) is not None:
+            url = url_of(text)
+        else:
+            proc.kill()
+            sys.exit("unexpected output: %r" % text)
+    for key, action in sent:
+        status = post(url, {"action": action, "key": key})
+        if status != 200:
+            proc.kill()
+            sys.exit("POST /api/trigger %s %d answered %d" % (action, key, status))
+    got = [line() for _ in sent]
+    if got != want:
         proc.kill()
-        sys.exit("unexpected output: %r" % text)
-for key, action in sent:
-    status = post(url, {"action": action, "key": key})
-    if status != 200:
+        sys.exit("key events %r, expected %r" % (got, want))
+    try:
+        rc = proc.wait(timeout=20)
+    except subprocess.TimeoutExpired:
         proc.kill()
-        sys.exit("POST /api/trigger %s %d answered %d" % (action, key, status))
-got = [line() for _ in sent]
-want = ["OnKeyEvent(%d, %d)" % (key, action == "press") for key, action in sent]
-if got != want:
-    proc.kill()
-    sys.exit("key events %r, expected %r" % (got, want))
-try:
-    rc = proc.wait(timeout=20)
-except subprocess.TimeoutExpired:
-    proc.kill()
-    sys.exit("the caller's process did not end after its last key event")
-if rc != 0:
-    sys.exit("orvexctl sim ended with %d" % rc)
+        sys.exit("the caller's process did not end after its last key event")
+    if rc != 0:
+        sys.exit("%s ended with %d" % (proc.args[0], rc))
+
+
+prefix = "virtual handheld (profile default): "
+drive(subprocess.Popen([orvexctl, "sim", "--port", "0", "--", caller, str(len(sent))],
+                       stdout=subprocess.PIPE, text=True),
+      lambda text: text[len(prefix):] if text.startswith(prefix) else None)
+
+with tempfile.TemporaryDirectory() as tmp:
+    url_file = os.path.join(tmp, "url")
+    # The caller opens the library by name: this build's, as orvexctl sim also arranges.
+    lib = os.path.join(os.path.dirname(os.path.abspath(orvexctl)), "..", "lib")
+    env = dict(os.environ, ORVEX_SIM="tr41", ORVEX_SIM_HTTP="0", TMPDIR=tmp,
+               ORVEX_SIM_URL_FILE=url_file, LD_LIBRARY_PATH=lib)
+    env.pop("ORVEX_DEVICE_ROOT", None)
+    drive(subprocess.Popen(["simcaller", str(len(sent))], executable=caller, env=env,
+                           stdout=subprocess.PIPE, text=True),
+          lambda text: None, url_file)
+    left = glob.glob(os.path.join(tmp, "orvex-sim-*"))
+    if left:
+        sys.exit("the private device root was left behind: %r" % left)
+
+    env["ORVEX_SIM"] = "nosuch"
+    run = subprocess.run(["simcaller", "1"], executable=caller, env=env, capture_output=True,
+                         text=True, timeout=20)
+    message = "orvex-sim: ORVEX_SIM=nosuch is neither a profile of this build ("
+    if run.returncode != 2 or not run.stderr.startswith(message) or run.stdout:
+        sys.exit("an unknown profile: status %d, %r" % (run.returncode, run.stderr))
