@@ -63,6 +63,7 @@ class hidl_string {
 
     const char* c_str() const { return mBuffer; }
     size_t size() const { return mSize; }
+    bool empty() const { return mSize == 0; }
     void clear();
     // Refers to `data` (whose byte `size` must be '\0') without copying; the caller keeps it
     // alive as long as this string refers to it. More than 2^32 - 1 bytes end the process.
