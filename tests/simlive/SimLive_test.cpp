@@ -182,7 +182,7 @@ TEST_F(SimLive, AHardwareManagerRestartWhileKeysAreHeldDeliversNothingTwice) {
     ASSERT_EQ(Post("/api/services/hardware_manager/restart", "")->status, 200);
     // The caller takes the trigger again on its death notification, as on a device.
     int status = 409;
-    for (int i = 0; i < 500 && status == 409; ++i) {
+    for (int i = 0; i < 1000 && status == 409; ++i) {
         status = Press("release", 727);
         if (status == 409) std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
