@@ -213,13 +213,13 @@ class hidl_vec {
         return mBuffer;
     }
 
-    // Always a new buffer, even of no elements; kept elements are copied into it.
+    // Always a new buffer, even of no elements; kept elements are moved into it.
     void resize(size_t size) {
         if (size > UINT32_MAX)
             details::logAlwaysFatal("hidl_vec can't hold more than 2^32 elements.");
         T* buffer = new T[size]();
         size_t keep = size < mSize ? size : mSize;
-        for (size_t i = 0; i < keep; ++i) buffer[i] = mBuffer[i];
+        for (size_t i = 0; i < keep; ++i) buffer[i] = std::move(mBuffer[i]);
         release();
         mBuffer = buffer;
         mSize = static_cast<uint32_t>(size);
