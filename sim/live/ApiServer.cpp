@@ -20,9 +20,15 @@ constexpr const char* kEndpoints =
     "GET /api/state, GET /api/events, POST /api/trigger, POST /api/services/NAME/kill|restart, "
     "POST /api/serial/plug|unplug|data, POST|DELETE /api/imager/frames";
 
+// Texts from outside (a path, a header, a thread's name) need not be UTF-8: such bytes are
+// replaced rather than failing the answer.
+std::string Dump(const json& value) {
+    return value.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
 void Answer(httplib::Response& res, int status, const json& body) {
     res.status = status;
-    res.set_content(body.dump(), "application/json");
+    res.set_content(Dump(body), "application/json");
 }
 
 void Refuse(httplib::Response& res, int status, const std::string& message) {
@@ -38,7 +44,7 @@ std::string CallEvent(const EventHub::Call& call) {
                        {"thread", call.thread},   {"tid", call.tid},
                        {"service", call.service}, {"method", call.method},
                        {"args", call.args}};
-    return "event: call\nid: " + std::to_string(call.seq) + "\ndata: " + data.dump() + "\n\n";
+    return "event: call\nid: " + std::to_string(call.seq) + "\ndata: " + Dump(data) + "\n\n";
 }
 
 // Where a reader resumes: Last-Event-ID (sent by a reconnecting EventSource) or ?since=N;
@@ -168,7 +174,7 @@ void ApiServer::Route() {
                 std::string out;
                 if (batch.gapTo != 0) {
                     out += "event: gap\ndata: " +
-                           json{{"from", batch.gapFrom}, {"to", batch.gapTo}}.dump() + "\n\n";
+                           Dump(json{{"from", batch.gapFrom}, {"to", batch.gapTo}}) + "\n\n";
                 }
                 for (const EventHub::Call& call : batch.calls) out += CallEvent(call);
                 if (!batch.calls.empty()) cursor->after = batch.calls.back().seq;

@@ -140,10 +140,11 @@ void LiveDevice::PublishLoop() {
         streaming = state["imager"]["streaming"].get<bool>();
         json compared = state;
         compared.erase("seq");
-        std::string text = compared.dump();
+        // A profile or thread name need not be UTF-8; such bytes are replaced.
+        std::string text = compared.dump(-1, ' ', false, json::error_handler_t::replace);
         if (text != shown) {
             shown = std::move(text);
-            mEvents.PublishState(state.dump());
+            mEvents.PublishState(state.dump(-1, ' ', false, json::error_handler_t::replace));
         }
         Clock::time_point deadline = Clock::now() + (streaming ? kStreamingRefresh
                                                                : std::chrono::milliseconds(60000));

@@ -115,6 +115,9 @@ TEST_F(SimLive, RefusesBadInputWithAMessageAndGoesOnWorking) {
         {"POST", "/api/services/camera/kill", "", "text/plain", {}, 404,
          "no service \"camera\" on this device; send a name that GET /api/state lists under "
          "services"},
+        {"POST", "/api/services/%FF/restart", "", "text/plain", {}, 404,
+         "no service \"\xEF\xBF\xBD\" on this device; send a name that GET /api/state lists "
+         "under services"},
         {"POST", "/api/services/audio/kill", "", "text/plain", {}, 409,
          "audio cannot die on this simulated device; hardware_manager, beep and a HIDL light can"},
         {"POST", "/api/serial/data", "{\"txt\":\"1\"}", "application/json", {}, 400,
