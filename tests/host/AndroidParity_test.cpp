@@ -180,7 +180,8 @@ TEST(String, ConvertsAndGrowsAsLibutilsDoes) {
     }
     EXPECT_EQ(String8(U"\x7f\x7ff\x911\x10fffe\xd800\x110000").size(), 10u);
     String8 s8("foo");
-    EXPECT_TRUE(s8.append("bar") == OK && s8.append("baz", SIZE_MAX) == NO_MEMORY);
+    EXPECT_TRUE(s8.append("bar") == OK && s8.append("baz", SIZE_MAX) == NO_MEMORY &&
+                s8 == "foobar");
     EXPECT_TRUE(String8("a\0b", 3) == String8("a\0c", 3));  // compared as C strings
     String16 s16(u"ac");
     EXPECT_TRUE(s16.insert(1, u"b") == OK && s16.insert(99, u"d") == OK &&
