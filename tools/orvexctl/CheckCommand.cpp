@@ -368,7 +368,8 @@ int RunCheck(const Options& options, const std::vector<std::string>& args) {
         std::string what = r.step.file;
         if (r.facts.count("value")) what = "\"" + r.facts.at("value") + "\"";
         if (r.facts.count("logLevel")) what += " (log level " + r.facts.at("logLevel") + ")";
-        printf("%-5s %-28s %s\n", mark, r.step.title.c_str(), what.c_str());
+        if (what.empty()) printf("%-5s %s\n", mark, r.step.title.c_str());
+        else printf("%-5s %-28s %s\n", mark, r.step.title.c_str(), what.c_str());
         if (r.status == "skipped") {
             printf("      not run: it needs the %s, which stops first\n", r.dependsOn.c_str());
             continue;
