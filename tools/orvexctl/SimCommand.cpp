@@ -32,6 +32,21 @@ std::string OwnFolder() {
     return self.substr(0, self.rfind('/'));
 }
 
+// Whether `program` can be run as execvp would find it.
+bool Runnable(const std::string& program) {
+    if (program.find('/') != std::string::npos) return access(program.c_str(), X_OK) == 0;
+    const char* path = getenv("PATH");
+    std::string dirs = path != nullptr ? path : "/usr/bin:/bin";
+    for (size_t start = 0; start <= dirs.size();) {
+        size_t end = dirs.find(':', start);
+        if (end == std::string::npos) end = dirs.size();
+        const std::string dir = end > start ? dirs.substr(start, end - start) : ".";
+        if (access((dir + "/" + program).c_str(), X_OK) == 0) return true;
+        start = end + 1;
+    }
+    return false;
+}
+
 std::string ReadUrl(const std::string& file) {
     std::ifstream in(file);
     std::string url;
@@ -53,6 +68,10 @@ int RunSim(const Options& options, int port, const std::vector<std::string>& com
             return kExitUsage;
         }
         argv = {demo};
+    } else if (!Runnable(argv[0])) {
+        fprintf(stderr, "orvexctl sim: cannot run %s: no such executable program\n",
+                argv[0].c_str());
+        return kExitUsage;
     }
 
     DeviceRootChoice choice;
