@@ -180,8 +180,6 @@ TEST(Orvexctl, CheckNamesWhatToFixInEveryBrokenRootAndNeverWritesIt) {
          "No node in ScannerList XML with AndroidVersion = Android_13"},
         {"timer pipe resolved to build.prop", [&] { timerAt("/system/build.prop"); }, 1,
          "sctimerfifo resolves to /system/build.prop, which is a regular file, not a named pipe"},
-        {"timer pipe resolved to a directory", [&] { timerAt("/system/etc"); }, 1,
-         "sctimerfifo resolves to /system/etc, which is a directory"},
         {"timer pipe folder missing", [&] { fs::remove_all(r + "/data/vendor/scanner"); }, 1,
          "Error while creating Named pipe"},
         {"timer pipe already there", [&] { fifo("/data/vendor/scanner/sctimerfifo"); }, 0, "\"writes\":[]"},
@@ -198,8 +196,6 @@ TEST(Orvexctl, CheckNamesWhatToFixInEveryBrokenRootAndNeverWritesIt) {
          "<TR52> appears again; the library uses the first, at line"},
         {"platform with a leading blank", [&] { edit(prop, "ro.board.platform=", "ro.board.platform= "); }, 0,
          "ro.board.platform \\\" lahaina\\\" has a blank at its start or end"},
-        {"model not UTF-8", [&] { edit(prop, "ro.product.model=TR52", "ro.product.model=TR\xff"); }, 0,
-         "\"invalid_utf8_replaced\":true"},
         {"file name not UTF-8", [&] { fifo("/data/\xfe\xff"); }, 0, "\"invalid_utf8_replaced\":true"},
     };
     // clang-format on
@@ -240,9 +236,6 @@ TEST(Orvexctl, ExportAndPullGiveRootsThatCheck) {
                                  R"("scannerAudioApi","scanner","imagerInterfaceType","scanners"])";
     EXPECT_EQ(Orvexctl({"--root", exported, "--json", "info"})["simulated"].dump(), simFacts);
     EXPECT_EQ(Orvexctl({"--root", pulled, "--json", "info"})["notKnown"].dump(), simFacts);
-    EXPECT_EQ(orvex::test::RunProcess(ORVEX_BUILD_DIR "/bin/orvexctl", "orvexctl",
-                                      {"export", "default", exported}, {}).exitCode,
-              2);  // never over an existing root
     // A warning passes, but fails a CI run under --strict.
     const std::string settings = exported + "/enterprise/device/settings/scanner/LogLevel.xml";
     orvex::test::WriteFile(settings, "<S><LogLevel>7abc</LogLevel></S>");
@@ -271,7 +264,8 @@ TEST(Orvexctl, UsageErrorsExitWithTwo) {
     for (const char* line : {"", "nosuchcommand", "--bogus modules", "--profile nosuch modules",
                              "--profile default --root / modules", "--root /nonexistent info",
                              "resolve", "modules extra", "scan --presses 0", "--profile",
-                             "--log /nonexistent/dir/log modules", "export default"}) {
+                             "--log /nonexistent/dir/log modules", "export default",
+                             "export default /", "pull /"}) {  // never over an existing folder
         std::istringstream words(line);
         const std::vector<std::string> args{std::istream_iterator<std::string>(words), {}};
         EXPECT_EQ(
@@ -279,34 +273,27 @@ TEST(Orvexctl, UsageErrorsExitWithTwo) {
             2)
             << line;
     }
-    // Every command's help gives the exit codes.
-    const auto help =
-        orvex::test::RunProcess(ORVEX_BUILD_DIR "/bin/orvexctl", "orvexctl", {"check", "--help"}, {});
-    EXPECT_EQ(help.exitCode, 0);
-    EXPECT_NE(help.out.find("Exit status: 0 success"), std::string::npos) << help.out;
 }
 
-// The installed tree runs on its own, from any folder, and its text report reads as documented;
-// the binary copied out of it cannot find its libraries and says so as a set-up error.
+// The installed tree runs on its own, from any folder; its per-command help gives the exit codes
+// and its text report reads as documented; the binary copied out of it cannot find its libraries
+// and says so as a set-up error (exit 2).
 TEST(Orvexctl, InstalledToolChecksFromAnyFolderAndACopiedOneRefuses) {
     orvex::test::TempDir dir;
     const std::string bin = dir.path() + "/bin/orvexctl";
-    const auto installed = orvex::test::RunProcess(
+    const auto run = orvex::test::RunProcess(
         "/bin/sh", "sh",
         {"-c", ORVEX_CMAKE " --install " ORVEX_BUILD_DIR " --component orvexctl --prefix " +
-                   dir.path() + " >/dev/null && cd / && exec " + bin + " check"},
+                   dir.path() + " >/dev/null && cd / && " + bin + " check --help && " + bin +
+                   " check && cp " + bin + " " + dir.path() + " && exec " + dir.path() +
+                   "/orvexctl check"},
         {{"ORVEX_LOG", ""}, {"ORVEX_DEVICE_ROOT", ""}}, 120);
-    EXPECT_EQ(installed.exitCode, 0) << installed.err;
-    for (const char* line :
-         {"\nok    settings file                /enterprise/device/settings/scanner/LogLevel.xml "
-          "(log level 5)\n",
-          "\n\nthe scanning service would start on this device\n"}) {
-        EXPECT_NE(installed.out.find(line), std::string::npos) << installed.out;
-    }
-    fs::copy(bin, dir.path() + "/orvexctl");
-    const auto copied = orvex::test::RunProcess(dir.path() + "/orvexctl", "orvexctl", {"check"}, {});
-    EXPECT_EQ(copied.exitCode, 2);
-    EXPECT_NE(copied.err.find("orvexctl: set-up error: "), std::string::npos) << copied.err;
+    EXPECT_EQ(run.exitCode, 2) << run.err;
+    EXPECT_NE(run.out.find("\nok    settings file                "
+                           "/enterprise/device/settings/scanner/LogLevel.xml (log level 5)\n"),
+              std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("\n\nExit status: 0 success"), std::string::npos) << run.out;
+    EXPECT_NE(run.err.find("orvexctl: set-up error: "), std::string::npos) << run.err;
 }
 
 }  // namespace

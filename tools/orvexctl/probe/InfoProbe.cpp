@@ -22,7 +22,8 @@ int ProbeInfo(const ProbeContext& context, const std::vector<std::string>& notes
     orvex::sim::SimulatedDevice device;
     device.Start();
     struct stat st;
-    const bool simulated = stat((context.deviceRoot + "/sim").c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+    const bool simulated =
+        stat((context.deviceRoot + "/sim").c_str(), &st) == 0 && S_ISDIR(st.st_mode);
     const char* mark = simulated ? "simulated" : "not known";
 
     DeviceInfo* info = odk::DeviceInfoBuilder::GetDeviceInfoInstance();
