@@ -326,7 +326,7 @@ int RunCheck(const Options& options, const std::vector<std::string>& args) {
         LintTriggerFile(root, resolved["scannerresourceconfig"], &findings);
     }
     const std::vector<DeviceView::Note> writes = view.Changes();
-    const std::vector<std::string> unknown = options.simulatedNotes;
+    const std::vector<std::string> unknown = options.simulatedNotes;  // notes, not fact keys
 
     const bool ok = causes == 0;
     const bool strictFail = options.strict && !findings.empty();
@@ -357,7 +357,7 @@ int RunCheck(const Options& options, const std::vector<std::string>& args) {
         for (const auto& n : view.leftOut()) doc["leftOut"].push_back({{"path", n.devicePath}, {"text", n.text}});
         doc["writes"] = Json::array();
         for (const auto& n : writes) doc["writes"].push_back({{"path", n.devicePath}, {"text", n.text}});
-        doc["notKnown"] = unknown;
+        doc["notes"] = unknown;  // where the facts come from: the simulator, or nowhere
         printf("%s\n", Document(doc).c_str());
         return rc;
     }
