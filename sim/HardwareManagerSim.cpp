@@ -25,6 +25,7 @@ void HardwareManagerSim::Start() {
     if (mAlive) Kill();
     mManager = new FakeDCHWManager;
     mTrigger = new FakeTrigger;
+    mTrigger->calls().SetName("ITrigger");
     mManager->SetTrigger(mTrigger);
     for (const Builder& build : mBuilders) build(*mManager);
     orvex::hidl::RegisterService<dch::IDCHWManager>(mManager, kInstance);

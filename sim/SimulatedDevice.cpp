@@ -72,12 +72,6 @@ void SimulatedDevice::Start() {
         answers.engineId = mServices["imager_engine_id"];
         mImager->SetAnswers(answers);
         mImager->calls().SetName("IImager");
-        ::android::sp<FakeImagerControl> control = new FakeImagerControl();
-        control->calls().SetName("IImagerControl");
-        ::android::sp<FakeImagerAdapter> adapter = new FakeImagerAdapter();
-        adapter->calls().SetName("IImagerAdapter");
-        mImager->SetControl(control);
-        mImager->SetAdapter(adapter);
     }
     if (mServices["serial"] == "1") {
         mSerial = new FakeSerial();
@@ -102,13 +96,23 @@ void SimulatedDevice::Start() {
         [notifier, imager, serial, batterySwap, vendorTags](FakeDCHWManager& manager) {
             manager.calls().SetName("IDCHWManager");
             manager.SetPlugableDeviceNotifier(notifier);
-            if (imager != nullptr) manager.SetImager(imager);
+            if (imager != nullptr) {
+                // The imager's control and adapter live in the manager's process: they died
+                // with the last instance (the adapter stopped streaming for good) and a new
+                // instance comes with new ones.
+                ::android::sp<FakeImagerControl> control = new FakeImagerControl();
+                control->calls().SetName("IImagerControl");
+                ::android::sp<FakeImagerAdapter> adapter = new FakeImagerAdapter();
+                adapter->calls().SetName("IImagerAdapter");
+                imager->SetControl(control);
+                imager->SetAdapter(adapter);
+                manager.SetImager(imager);
+            }
             if (serial != nullptr) manager.SetSerial(serial);
             if (batterySwap != nullptr) manager.SetBatterySwapHandler(batterySwap);
             if (vendorTags != nullptr) manager.SetCameraVendorTagProvider(vendorTags);
         });
     mHardwareManager->Start();
-    mHardwareManager->trigger()->calls().SetName("ITrigger");
 }
 
 }  // namespace sim

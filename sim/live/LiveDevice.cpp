@@ -163,6 +163,18 @@ FakeImagerAdapter* LiveDevice::AdapterLocked() {
     return static_cast<FakeImagerAdapter*>(imager->Adapter().get());
 }
 
+void LiveDevice::PaintLocked(FakeImagerAdapter* adapter) {
+    std::shared_ptr<FrameImage> image = mImage;
+    if (image == nullptr) {
+        adapter->SetPainter(nullptr);
+        return;
+    }
+    adapter->SetPainter([image](uint8_t* data, size_t bytes,
+                                const FakeImagerAdapter::PreviewSize& size, uint64_t) {
+        image->Paint(data, bytes, size.width, size.height, size.bitsPerPixel);
+    });
+}
+
 json LiveDevice::State() {
     std::lock_guard<std::mutex> lock(mDeviceLock);
     return StateLocked();
@@ -332,6 +344,8 @@ LiveDevice::Result LiveDevice::Restart(const std::string& service) {
     Timeline::Record("device", "restart(" + service + ")");
     if (service == "hardware_manager") {
         mDevice.hardwareManager().Restart();
+        // The new instance's imager adapter shows what the user uploaded, as the last one did.
+        if (FakeImagerAdapter* adapter = AdapterLocked()) PaintLocked(adapter);
     } else if (service == "beep") {
         mBeep = FakeHardwareBeep::Register();
     } else if (service == "light" && mLight != nullptr) {
@@ -387,14 +401,7 @@ LiveDevice::Result LiveDevice::ShowImage(std::shared_ptr<FrameImage> image) {
     FakeImagerAdapter* adapter = AdapterLocked();
     if (adapter == nullptr) return Error(409, "this device has no imager");
     mImage = image;
-    if (image != nullptr) {
-        adapter->SetPainter([image](uint8_t* data, size_t bytes,
-                                    const FakeImagerAdapter::PreviewSize& size, uint64_t) {
-            image->Paint(data, bytes, size.width, size.height, size.bitsPerPixel);
-        });
-    } else {
-        adapter->SetPainter(nullptr);
-    }
+    PaintLocked(adapter);
     mEvents.Touch();
     if (image == nullptr) return Result{200, {{"ok", true}}};
     return Result{200, {{"ok", true}, {"width", image->width()}, {"height", image->height()}}};

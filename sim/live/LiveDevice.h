@@ -75,6 +75,8 @@ class LiveDevice {
     void PublishLoop();
     nlohmann::json StateLocked();
     FakeImagerAdapter* AdapterLocked();
+    // Makes `adapter`'s frames show mImage (the device's pattern when null).
+    void PaintLocked(FakeImagerAdapter* adapter);
 
     const std::string mProfile;
     std::vector<uint32_t> mKeys;  // set by Start

@@ -6,6 +6,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <set>
 #include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
@@ -79,6 +80,17 @@ class SimLive : public ::testing::Test {
     }
     static int Press(const char* action, unsigned key) {
         return Post("/api/trigger", json{{"action", action}, {"key", key}}.dump())->status;
+    }
+
+    // The services of the call events after `seq`; a restarted service is named as the first
+    // instance was, never the unnamed "service".
+    static std::set<std::string> ServicesSince(uint64_t seq) {
+        std::set<std::string> services;
+        for (const auto& call : device->events().Wait(seq, 0, {}).calls) {
+            services.insert(call.service);
+        }
+        EXPECT_EQ(services.count("service"), 0u);
+        return services;
     }
 
     static LiveDevice* device;
@@ -182,6 +194,7 @@ TEST_F(SimLive, AHardwareManagerRestartWhileKeysAreHeldDeliversNothingTwice) {
     ASSERT_EQ(Post("/api/services/hardware_manager/kill", "")->status, 200);
     EXPECT_EQ(Post("/api/services/hardware_manager/kill", "")->status, 409);
     EXPECT_EQ(Press("release", 727), 409);
+    const uint64_t before = device->events().LastSeq();
     ASSERT_EQ(Post("/api/services/hardware_manager/restart", "")->status, 200);
     // The caller takes the trigger again on its death notification, as on a device.
     int status = 409;
@@ -190,6 +203,7 @@ TEST_F(SimLive, AHardwareManagerRestartWhileKeysAreHeldDeliversNothingTwice) {
         if (status == 409) std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     ASSERT_EQ(status, 200);
+    EXPECT_EQ(ServicesSince(before).count("ITrigger"), 1u);
     ASSERT_EQ(Press("release", 726), 200);
     const std::vector<KeyEvent> expected = {{726, 1}, {727, 1}, {727, 0}, {726, 0}};
     EXPECT_EQ(keys.WaitFor(4), expected);
@@ -258,11 +272,14 @@ class FirstFrame : public vendor::tevrin::hardware::dchwmanager::V1_0::IFrameCal
     std::vector<uint8_t> mFrame;
 };
 
+// The image stays what the imager sees when the hardware manager (and its adapter) restarts.
 TEST_F(SimLive, FramesShowAnUploadedImageScaledToTheCallersGeometry) {
-    auto* adapter = static_cast<FakeImagerAdapter*>(device->device().imager()->Adapter().get());
     const std::string pgm = std::string("P5\n2 1\n255\n") + '\0' + '\xff';
     ASSERT_EQ(Post("/api/imager/frames", pgm, "image/x-portable-graymap")->body,
               R"({"height":1,"ok":true,"width":2})");
+    const uint64_t before = device->events().LastSeq();
+    ASSERT_EQ(Post("/api/services/hardware_manager/restart", "")->status, 200);
+    auto* adapter = static_cast<FakeImagerAdapter*>(device->device().imager()->Adapter().get());
     android::sp<FirstFrame> caller = new FirstFrame(8);
     adapter->RegisterFrameCallback(caller);
     adapter->Init("test", {4, 2, 8, false, false});
@@ -271,6 +288,7 @@ TEST_F(SimLive, FramesShowAnUploadedImageScaledToTheCallersGeometry) {
     adapter->StopStreaming();
     adapter->Deinit();
     EXPECT_EQ(caller->frame(), std::vector<uint8_t>({0, 0, 255, 255, 0, 0, 255, 255}));
+    EXPECT_EQ(ServicesSince(before).count("IImagerAdapter"), 1u);
     httplib::Client client("127.0.0.1", server->port());
     EXPECT_EQ(json::parse(client.Get("/api/state")->body)["imager"]["source"], "image");
     EXPECT_EQ(client.Delete("/api/imager/frames")->status, 200);
