@@ -61,6 +61,22 @@ bool ResumePoint(const httplib::Request& req, uint64_t* after) {
     return true;
 }
 
+// An endpoint that takes no body. `curl -XPOST URL` sends neither a body nor its length, which
+// the server would otherwise read as a body that lasts until the connection closes (and refuse
+// once its read times out); a body that is sent is read and ignored.
+httplib::Server::HandlerWithContentReader WithoutBody(httplib::Server::Handler handle) {
+    return [handle](const httplib::Request& req, httplib::Response& res,
+                    const httplib::ContentReader& read) {
+        if ((req.has_header("Content-Length") || req.has_header("Transfer-Encoding")) &&
+            !read([](const char*, size_t) { return true; })) {
+            const int status = res.status == 413 ? 413 : 400;
+            Refuse(res, status, "the body cannot be read (at most 16 MiB); this endpoint takes none");
+            return;
+        }
+        handle(req, res);
+    };
+}
+
 }  // namespace
 
 ApiServer::ApiServer(LiveDevice& device, std::string webDir)
@@ -214,15 +230,15 @@ void ApiServer::Route() {
     });
 
     s.Post(R"(/api/services/([^/]+)/(kill|restart))",
-           [this](const httplib::Request& req, httplib::Response& res) {
+           WithoutBody([this](const httplib::Request& req, httplib::Response& res) {
                const std::string name = req.matches[1];
                Answer(res, req.matches[2] == "kill" ? mDevice.Kill(name) : mDevice.Restart(name));
-           });
+           }));
 
-    s.Post(R"(/api/serial/(plug|unplug))", [this](const httplib::Request& req,
-                                                 httplib::Response& res) {
-        Answer(res, mDevice.Plug(req.matches[1] == "plug"));
-    });
+    s.Post(R"(/api/serial/(plug|unplug))",
+           WithoutBody([this](const httplib::Request& req, httplib::Response& res) {
+               Answer(res, mDevice.Plug(req.matches[1] == "plug"));
+           }));
 
     s.Post("/api/serial/data", [this](const httplib::Request& req, httplib::Response& res) {
         const std::string type = req.get_header_value("Content-Type");
@@ -250,9 +266,10 @@ void ApiServer::Route() {
         }
         Answer(res, mDevice.ShowImage(std::move(image)));
     });
-    s.Delete("/api/imager/frames", [this](const httplib::Request&, httplib::Response& res) {
-        Answer(res, mDevice.ShowImage(nullptr));
-    });
+    s.Delete("/api/imager/frames",
+             WithoutBody([this](const httplib::Request&, httplib::Response& res) {
+                 Answer(res, mDevice.ShowImage(nullptr));
+             }));
 
     // A known endpoint asked with the wrong method.
     auto wrongMethod = [](const char* allowed) {

@@ -11,7 +11,10 @@
 #include <utility>
 #include <vector>
 
+#include <arpa/inet.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include "ApiServer.h"
 #include "FakeImager.h"
@@ -210,6 +213,24 @@ TEST_F(SimLive, AHardwareManagerRestartWhileKeysAreHeldDeliversNothingTwice) {
     EXPECT_EQ(json::parse(httplib::Client("127.0.0.1", server->port()).Get("/api/state")->body)
                   ["trigger"]["pressed"],
               json::array());
+}
+
+// `curl -XPOST URL` sends no body and no Content-Length: the endpoints that need none answer.
+TEST_F(SimLive, EndpointsThatTakeNoBodyAnswerARequestWithoutALength) {
+    for (const char* request : {"POST /api/serial/plug", "POST /api/services/beep/restart",
+                                "DELETE /api/imager/frames", "POST /api/serial/unplug"}) {
+        const int fd = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{AF_INET, htons(static_cast<uint16_t>(server->port())),
+                            {htonl(INADDR_LOOPBACK)}, {}};
+        ASSERT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        const std::string text = std::string(request) + " HTTP/1.1\r\nHost: 127.0.0.1:" +
+                                 std::to_string(server->port()) + "\r\n\r\n";
+        ASSERT_EQ(write(fd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+        char answer[16] = "";
+        EXPECT_EQ(read(fd, answer, 12), 12);
+        EXPECT_STREQ(answer, "HTTP/1.1 200") << request;
+        close(fd);
+    }
 }
 
 // The first call event of /api/events read with `header` from `path`, without its time and tid.
