@@ -192,13 +192,15 @@ void ApiServer::Route() {
                     out += "event: gap\ndata: " +
                            Dump(json{{"from", batch.gapFrom}, {"to", batch.gapTo}}) + "\n\n";
                 }
-                for (const EventHub::Call& call : batch.calls) out += CallEvent(call);
+                const std::string state =
+                    batch.state.empty() ? "" : "event: state\ndata: " + batch.state + "\n\n";
+                for (size_t i = 0; i <= batch.calls.size(); ++i) {
+                    if (i == batch.callsBeforeState) out += state;
+                    if (i < batch.calls.size()) out += CallEvent(batch.calls[i]);
+                }
+                if (!batch.state.empty()) cursor->stateVersion = batch.stateVersion;
                 if (!batch.calls.empty()) cursor->after = batch.calls.back().seq;
                 if (batch.gapTo > cursor->after) cursor->after = batch.gapTo;
-                if (!batch.state.empty()) {
-                    out += "event: state\ndata: " + batch.state + "\n\n";
-                    cursor->stateVersion = batch.stateVersion;
-                }
                 if (out.empty()) out = ": keep-alive\n\n";
                 return sink.write(out.data(), out.size());
             },

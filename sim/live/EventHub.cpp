@@ -1,5 +1,7 @@
 #include "EventHub.h"
 
+#include <algorithm>
+
 namespace orvex {
 namespace sim {
 
@@ -21,9 +23,10 @@ void EventHub::Touch() {
     mChanged.notify_all();
 }
 
-void EventHub::PublishState(std::string state) {
+void EventHub::PublishState(std::string state, uint64_t seq) {
     std::lock_guard<std::mutex> lock(mLock);
     mState = std::move(state);
+    mStateSeq = seq;
     ++mStateVersion;
     mChanged.notify_all();
 }
@@ -42,7 +45,16 @@ EventHub::Batch EventHub::CollectLocked(uint64_t after, uint64_t stateVersion) c
         }
     }
     if (mStateVersion > stateVersion) {
-        batch.state = mState;
+        while (batch.callsBeforeState < batch.calls.size() &&
+               batch.calls[batch.callsBeforeState].seq <= mStateSeq) {
+            ++batch.callsBeforeState;
+        }
+        // A reader that already has later calls (the state was made before them but published
+        // after) gets it as of its last call: what it shows is no older than the calls up to
+        // mStateSeq, and the publisher sends a newer one if the later calls changed anything.
+        const uint64_t seq = std::max({mStateSeq, after, batch.gapTo});
+        batch.state = mState.substr(0, mState.size() - 1) + (mState.size() > 2 ? "," : "") +
+                      "\"seq\":" + std::to_string(seq) + "}";
         batch.stateVersion = mStateVersion;
     } else {
         batch.stateVersion = stateVersion;

@@ -37,7 +37,11 @@ class EventHub {
         // Calls after the reader's position that the history no longer holds: [gapFrom, gapTo].
         uint64_t gapFrom = 0;
         uint64_t gapTo = 0;
-        std::string state;  // empty unless newer than the reader's
+        // Empty unless newer than the reader's. Its "seq" is the number of the last call the
+        // reader has before it: the state goes after calls[0, callsBeforeState) and before
+        // the rest, so that no call it already shows comes after it.
+        std::string state;
+        size_t callsBeforeState = 0;
         uint64_t stateVersion = 0;
         bool stopped = false;
     };
@@ -50,8 +54,9 @@ class EventHub {
     // Something changed that a state document shows, without a call.
     void Touch();
 
-    // Replaces the state document; readers see it once.
-    void PublishState(std::string state);
+    // Replaces the state document (a JSON object without "seq"), made when `seq` was the last
+    // call's number; readers see it once.
+    void PublishState(std::string state, uint64_t seq);
 
     // Waits until there are calls after `after`, a state newer than `stateVersion`, a stop, or
     // the time-out, and returns what there is (possibly nothing).
@@ -76,6 +81,7 @@ class EventHub {
     uint64_t mSeq = 0;          // GUARDED_BY(mLock)
     uint64_t mChanges = 0;      // GUARDED_BY(mLock)
     std::string mState;         // GUARDED_BY(mLock)
+    uint64_t mStateSeq = 0;     // GUARDED_BY(mLock)
     uint64_t mStateVersion = 0; // GUARDED_BY(mLock)
     bool mStopped = false;      // GUARDED_BY(mLock)
 };

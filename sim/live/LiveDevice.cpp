@@ -138,13 +138,13 @@ void LiveDevice::PublishLoop() {
     while (!mStopping) {
         json state = State();
         streaming = state["imager"]["streaming"].get<bool>();
-        json compared = state;
-        compared.erase("seq");
+        const uint64_t seq = state["seq"].get<uint64_t>();
+        state.erase("seq");
         // A profile or thread name need not be UTF-8; such bytes are replaced.
-        std::string text = compared.dump(-1, ' ', false, json::error_handler_t::replace);
+        std::string text = state.dump(-1, ' ', false, json::error_handler_t::replace);
         if (text != shown) {
-            shown = std::move(text);
-            mEvents.PublishState(state.dump(-1, ' ', false, json::error_handler_t::replace));
+            shown = text;
+            mEvents.PublishState(std::move(text), seq);
         }
         Clock::time_point deadline = Clock::now() + (streaming ? kStreamingRefresh
                                                                : std::chrono::milliseconds(60000));
@@ -267,6 +267,8 @@ json LiveDevice::StateLocked() {
         imager["frames_delivered"] = adapter->FramesDelivered();
     }
     state["imager"] = imager;
+    // Read last: every call up to it was noted before the document was made (beep.last_at_seq
+    // included), though the document may show some calls' effects before their events.
     state["seq"] = mEvents.LastSeq();
     return state;
 }

@@ -238,10 +238,11 @@ json FirstCall(const std::string& path, const httplib::Headers& header, int port
     std::string text;
     httplib::Client("127.0.0.1", port).Get(path.c_str(), header, [&](const char* d, size_t n) {
         text.append(d, n);
-        return text.find("\n\n") == std::string::npos;
+        const size_t at = text.find("event: call");
+        return at == std::string::npos || text.find("\n\n", at) == std::string::npos;
     });
-    const size_t data = text.find("data: ") + 6;
-    json call = json::parse(text.substr(data, text.find("\n\n") - data), nullptr, false);
+    const size_t data = text.find("data: ", text.find("event: call")) + 6;
+    json call = json::parse(text.substr(data, text.find("\n\n", data) - data), nullptr, false);
     if (call.is_object()) call.erase("time_ms"), call.erase("tid");
     return call;
 }
@@ -266,6 +267,19 @@ TEST_F(SimLive, EventsCarryEachServiceCallAndAReaderResumesAfterTheLastItSaw) {
     EXPECT_EQ(batch.gapTo, 2u);
     ASSERT_EQ(batch.calls.size(), 2u);
     EXPECT_EQ(batch.calls[0].seq, 3u);
+
+    // A state goes after the calls it shows and carries the last one's seq; a reader that
+    // already has later calls gets it as of its last call.
+    EventHub states;
+    for (int i = 0; i < 5; ++i) states.Add(i, 0, "t", "s", "m", "");
+    states.PublishState("{\"a\":1}", 3);
+    const EventHub::Batch first = states.Wait(0, 0, std::chrono::milliseconds(0));
+    EXPECT_EQ(first.callsBeforeState, 3u);
+    EXPECT_EQ(first.state, R"({"a":1,"seq":3})");
+    states.PublishState("{}", 4);
+    const EventHub::Batch late = states.Wait(5, first.stateVersion, std::chrono::milliseconds(0));
+    EXPECT_EQ(late.callsBeforeState, 0u);
+    EXPECT_EQ(late.state, R"({"seq":5})");
 }
 
 // A caller's frame callback that keeps the first frame it maps.
