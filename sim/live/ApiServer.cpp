@@ -15,7 +15,10 @@ using json = nlohmann::json;
 
 namespace {
 
-constexpr auto kKeepAlive = std::chrono::seconds(15);
+// A stream without events writes a comment this often. Writing is how a reader that went away
+// (a reloaded page) is noticed: the write after its socket closed fails, and its slot, one of
+// kMaxStreams, is free again within two of these.
+constexpr auto kKeepAlive = std::chrono::seconds(1);
 constexpr const char* kEndpoints =
     "GET /api/state, GET /api/events, POST /api/trigger, POST /api/services/NAME/kill|restart, "
     "POST /api/serial/plug|unplug|data, POST|DELETE /api/imager/frames";

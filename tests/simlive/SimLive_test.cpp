@@ -233,6 +233,28 @@ TEST_F(SimLive, EndpointsThatTakeNoBodyAnswerARequestWithoutALength) {
     }
 }
 
+// Opens /api/events, reads the first bytes and goes (as a reloaded page does); the status.
+int OpenAndLeave(int port) {
+    int status = 0;
+    httplib::Client("127.0.0.1", port)
+        .Get("/api/events", [&](const httplib::Response& res) { return status = res.status, true; },
+             [](const char*, size_t) { return false; });
+    return status;
+}
+
+TEST_F(SimLive, AReaderThatGoesGivesItsStreamBackAtOnce) {
+    // Twice as many quick reloads as there are streams: none waits for more than a few
+    // keep-alive writes (a slot held until a 15 s write would fail this).
+    for (int i = 0; i < 2 * ApiServer::kMaxStreams; ++i) {
+        int status = OpenAndLeave(server->port());
+        for (int tries = 0; status == 503 && tries < 100; ++tries) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            status = OpenAndLeave(server->port());
+        }
+        EXPECT_EQ(status, 200) << i;
+    }
+}
+
 // The first call event of /api/events read with `header` from `path`, without its time and tid.
 json FirstCall(const std::string& path, const httplib::Headers& header, int port) {
     std::string text;
