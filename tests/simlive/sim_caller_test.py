@@ -8,6 +8,7 @@ import glob
 import json
 import os
 import selectors
+import signal
 import subprocess
 import sys
 import tempfile
@@ -28,9 +29,8 @@ def post(url, body):
         return e.code
 
 
-def drive(proc, url_of, url_file=None):
-    """Waits for the URL (on standard output, or in url_file once the caller has acquired the
-    trigger) and "acquired", sends the keys, checks what the caller printed."""
+def reader(proc):
+    """The next line of proc's standard output, waiting at most 20 s."""
     lines = selectors.DefaultSelector()
     lines.register(proc.stdout, selectors.EVENT_READ)
 
@@ -39,6 +39,13 @@ def drive(proc, url_of, url_file=None):
             proc.kill()
             sys.exit("no output within 20 s")
         return proc.stdout.readline().rstrip("\n")
+    return line
+
+
+def drive(proc, url_of, url_file=None):
+    """Waits for the URL (on standard output, or in url_file once the caller has acquired the
+    trigger) and "acquired", sends the keys, checks what the caller printed."""
+    line = reader(proc)
 
     url, acquired = None, False
     while url is None or not acquired:
@@ -74,6 +81,23 @@ prefix = "virtual handheld (profile default): "
 drive(subprocess.Popen([orvexctl, "sim", "--port", "0", "--", caller, str(len(sent))],
                        stdout=subprocess.PIPE, text=True),
       lambda text: text[len(prefix):] if text.startswith(prefix) else None)
+
+# Ctrl-C or SIGTERM sent to the tool alone reaches the program, and the tool ends with it,
+# leaving nothing in TMPDIR.
+for sig in (signal.SIGINT, signal.SIGTERM):
+    with tempfile.TemporaryDirectory() as tmp:
+        proc = subprocess.Popen([orvexctl, "sim", "--", caller, "100"], stdout=subprocess.PIPE,
+                                text=True, env=dict(os.environ, TMPDIR=tmp))
+        line = reader(proc)
+        line(), line()  # the URL and "acquired"
+        proc.send_signal(sig)
+        try:
+            rc = proc.wait(timeout=20)
+        except subprocess.TimeoutExpired:
+            proc.kill()
+            sys.exit("orvexctl sim did not end after signal %d" % sig)
+        if rc != 128 + sig or os.listdir(tmp):
+            sys.exit("signal %d: status %d, left %r" % (sig, rc, os.listdir(tmp)))
 
 with tempfile.TemporaryDirectory() as tmp:
     url_file = os.path.join(tmp, "url")

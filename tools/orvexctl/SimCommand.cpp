@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <mutex>
 #include <thread>
 
 #include "Profiles.h"
@@ -47,6 +48,30 @@ bool Runnable(const std::string& program) {
     return false;
 }
 
+// The program being run: -1 while it is being started, 0 when none runs. A signal that comes
+// while it starts is sent once it runs.
+std::mutex g_programLock;
+pid_t g_program = 0;         // GUARDED_BY(g_programLock)
+int g_pendingSignal = 0;     // GUARDED_BY(g_programLock)
+
+void SetProgram(pid_t pid) {
+    std::lock_guard<std::mutex> lock(g_programLock);
+    g_program = pid;
+    if (pid > 0 && g_pendingSignal != 0) kill(pid, g_pendingSignal);
+    g_pendingSignal = 0;
+}
+
+// Whether `child` ended, without reaping it: until it is reaped its pid cannot be reused, so a
+// signal forwarded meanwhile cannot reach another process.
+bool Ended(pid_t child, bool wait) {
+    siginfo_t info = {};
+    while (waitid(P_PID, static_cast<id_t>(child), &info,
+                  WEXITED | WNOWAIT | (wait ? 0 : WNOHANG)) != 0) {
+        if (errno != EINTR) return true;
+    }
+    return info.si_pid == child;
+}
+
 std::string ReadUrl(const std::string& file) {
     std::ifstream in(file);
     std::string url;
@@ -55,6 +80,17 @@ std::string ReadUrl(const std::string& file) {
 }
 
 }  // namespace
+
+bool ForwardSignalToSimProgram(int sig, bool fromTerminal) {
+    std::lock_guard<std::mutex> lock(g_programLock);
+    if (g_program == 0) return false;
+    if (g_program < 0) {
+        g_pendingSignal = sig;
+    } else if (!fromTerminal) {
+        kill(g_program, sig);
+    }
+    return true;
+}
 
 int RunSim(const Options& options, int port, const std::vector<std::string>& command) {
     std::vector<std::string> argv = command;
@@ -86,8 +122,10 @@ int RunSim(const Options& options, int port, const std::vector<std::string>& com
     const std::string libraryPath =
         libDir + (oldPath != nullptr && *oldPath ? std::string(":") + oldPath : "");
 
+    SetProgram(-1);
     const pid_t child = fork();
     if (child < 0) {
+        SetProgram(0);
         fprintf(stderr, "orvexctl sim: cannot start %s: %s\n", argv[0].c_str(), strerror(errno));
         return kExitUsage;
     }
@@ -105,7 +143,8 @@ int RunSim(const Options& options, int port, const std::vector<std::string>& com
         args.push_back(name.data());
         for (size_t i = 1; i < argv.size(); ++i) args.push_back(argv[i].data());
         args.push_back(nullptr);
-        // Ending the tool (Ctrl-C, kill) ends the program too, rather than leaving it serving.
+        // Ending the tool for good (SIGKILL) ends the program too, rather than leaving it
+        // serving; other signals to the tool are passed on to the program.
         prctl(PR_SET_PDEATHSIG, SIGTERM);
         if (getppid() == 1) _exit(127);
         sigset_t none;
@@ -116,16 +155,17 @@ int RunSim(const Options& options, int port, const std::vector<std::string>& com
         _exit(127);
     }
 
+    SetProgram(child);
+
     // The program prints the URL itself; the tool repeats it on standard output once the
     // device serves, for scripts and for a user who reads only that.
-    int status = 0;
     bool ended = false;
     const auto deadline = std::chrono::steady_clock::now() + kUrlWait;
     std::string url;
     while (url.empty() && !ended && std::chrono::steady_clock::now() < deadline) {
         url = ReadUrl(urlFile);
         if (url.empty()) {
-            ended = waitpid(child, &status, WNOHANG) == child;
+            ended = Ended(child, false);
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
     }
@@ -138,9 +178,10 @@ int RunSim(const Options& options, int port, const std::vector<std::string>& com
                 "libplatform.orvex.so?\n",
                 argv[0].c_str(), static_cast<long long>(kUrlWait.count()));
     }
-    while (!ended) {
-        if (waitpid(child, &status, 0) == child) ended = true;
-        else if (errno != EINTR) break;
+    if (!ended) Ended(child, true);
+    SetProgram(0);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     if (WIFSIGNALED(status)) return 128 + WTERMSIG(status);
     return WIFEXITED(status) ? WEXITSTATUS(status) : kExitProblem;

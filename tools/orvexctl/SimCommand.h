@@ -14,4 +14,10 @@ namespace orvexctl {
 // cannot be started.
 int RunSim(const Options& options, int port, const std::vector<std::string>& command);
 
+// For the tool's signal thread. While orvexctl sim runs a program, Ctrl-C, SIGTERM and SIGHUP
+// are the program's to handle: `sig` goes to it (unless `fromTerminal`: the terminal sent it to
+// the program's process group too) and the tool waits for the program to end, then removes its
+// files. True when the signal was taken that way; false when no program runs.
+bool ForwardSignalToSimProgram(int sig, bool fromTerminal);
+
 }  // namespace orvexctl

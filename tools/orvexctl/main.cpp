@@ -53,16 +53,20 @@ void ReexecUnderShortName(int argc, char** argv) {
 }
 
 // Ctrl-C, a closed terminal or kill: stop the child, remove what the tool made, then end by
-// the same signal so the caller sees how the tool ended.
+// the same signal so the caller sees how the tool ended. Under `sim` the signal is the
+// program's instead: the tool passes it on and ends when the program does.
 void StartSignalThread() {
     sigset_t set;
     sigemptyset(&set);
     for (int sig : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&set, sig);
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     std::thread([set]() {
-        int sig = 0;
-        while (sigwait(&set, &sig) != 0) {
-        }
+        siginfo_t info;
+        int sig;
+        do {
+            while ((sig = sigwaitinfo(&set, &info)) < 0) {
+            }
+        } while (orvexctl::ForwardSignalToSimProgram(sig, info.si_code == SI_KERNEL));
         orvexctl::KillRunningChild();
         orvexctl::RemoveTempDirs();
         orvexctl::RemoveSupervisorFiles();
