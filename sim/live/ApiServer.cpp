@@ -73,7 +73,8 @@ httplib::Server::HandlerWithContentReader WithoutBody(httplib::Server::Handler h
         if ((req.has_header("Content-Length") || req.has_header("Transfer-Encoding")) &&
             !read([](const char*, size_t) { return true; })) {
             const int status = res.status == 413 ? 413 : 400;
-            Refuse(res, status, "the body cannot be read (at most 16 MiB); this endpoint takes none");
+            Refuse(res, status,
+                   "the body cannot be read (at most 16 MiB); this endpoint takes none");
             return;
         }
         handle(req, res);
