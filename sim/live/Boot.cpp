@@ -131,8 +131,13 @@ extern "C" __attribute__((visibility("default"))) void orvex_sim_live_boot(const
     if (*end != '\0' || port < 0 || port > 65535) {
         Fail(std::string("ORVEX_SIM_HTTP=") + http + " is not a port; use 0 to 65535 (0: any free one)");
     }
+    // The page: where the user points, else an installed copy beside the libraries, else the
+    // source tree this library was built from.
     const char* web = getenv("ORVEX_SIM_WEB");
-    gServer = new orvex::sim::ApiServer(*gDevice, web != nullptr && *web ? web : ORVEX_SIM_WEB_DIR);
+    std::string page = web != nullptr && *web ? web : std::string(libDir) + "/../share/orvex/web";
+    std::error_code ec;
+    if ((web == nullptr || *web == '\0') && !fs::is_directory(page, ec)) page = ORVEX_SIM_WEB_DIR;
+    gServer = new orvex::sim::ApiServer(*gDevice, page);
     std::string error;
     if (!gServer->Start(static_cast<int>(port), &error)) Fail(error);
     fprintf(stderr, "orvex-sim: serving the virtual handheld at %s\n", gServer->url().c_str());
