@@ -159,7 +159,9 @@ ChildOutcome RunInChild(const std::function<int()>& body, int timeoutSeconds) {
     }
     fflush(stdout);
     fflush(stderr);
+    PauseSignalThread();
     pid_t pid = fork();
+    if (pid != 0) ResumeSignalThread();
     if (pid == 0) {
         // The tool's own process takes Ctrl-C on a thread of its own; the child must not keep
         // that mask.

@@ -47,6 +47,10 @@ void RemoveSupervisorFiles();
 // Kills the running child, if any, and waits for it (async-signal-safe; for Ctrl-C).
 void KillRunningChild();
 
+// Around a fork whose child runs without exec: the tool's signal thread stops, and starts again.
+void PauseSignalThread();
+void ResumeSignalThread();
+
 // Names what the next children do: on a terminal, standard error shows it while one runs longer
 // than a second. "" ends it.
 void SetProgress(const std::string& label);

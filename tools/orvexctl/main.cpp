@@ -54,28 +54,51 @@ void ReexecUnderShortName(int argc, char** argv) {
 
 // Ctrl-C, a closed terminal or kill: stop the child, remove what the tool made, then end by
 // the same signal so the caller sees how the tool ended. Under `sim` the signal is the
-// program's instead: the tool passes it on and ends when the program does.
-void StartSignalThread() {
-    sigset_t set;
-    sigemptyset(&set);
-    for (int sig : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&set, sig);
-    pthread_sigmask(SIG_BLOCK, &set, nullptr);
-    std::thread([set]() {
-        siginfo_t info;
-        int sig;
-        do {
-            while ((sig = sigwaitinfo(&set, &info)) < 0) {
-            }
-        } while (orvexctl::ForwardSignalToSimProgram(sig, info.si_code == SI_KERNEL));
-        orvexctl::KillRunningChild();
-        orvexctl::RemoveTempDirs();
-        orvexctl::RemoveSupervisorFiles();
-        signal(sig, SIG_DFL);
-        pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
-        raise(sig);
-        _exit(128 + sig);
-    }).detach();
+// program's instead: the tool passes it on and ends when the program does. SIGUSR1, sent to
+// the thread alone, pauses it: a child that runs the library without exec must be forked from
+// a process with one thread. The signals stay blocked meanwhile, so none is lost.
+sigset_t g_signals;
+std::thread* g_signalThread = nullptr;  // touched by the main thread only
+
+void WaitForSignals() {
+    siginfo_t info;
+    int sig;
+    do {
+        while ((sig = sigwaitinfo(&g_signals, &info)) < 0) {
+        }
+        if (sig == SIGUSR1) return;
+    } while (orvexctl::ForwardSignalToSimProgram(sig, info.si_code == SI_KERNEL));
+    orvexctl::KillRunningChild();
+    orvexctl::RemoveTempDirs();
+    orvexctl::RemoveSupervisorFiles();
+    signal(sig, SIG_DFL);
+    pthread_sigmask(SIG_UNBLOCK, &g_signals, nullptr);
+    raise(sig);
+    _exit(128 + sig);
 }
+
+void StartSignalThread() {
+    sigemptyset(&g_signals);
+    for (int sig : {SIGINT, SIGTERM, SIGHUP, SIGUSR1}) sigaddset(&g_signals, sig);
+    pthread_sigmask(SIG_BLOCK, &g_signals, nullptr);
+    g_signalThread = new std::thread(WaitForSignals);
+}
+
+}  // namespace
+
+void orvexctl::PauseSignalThread() {
+    if (g_signalThread == nullptr) return;
+    pthread_kill(g_signalThread->native_handle(), SIGUSR1);
+    g_signalThread->join();
+    delete g_signalThread;
+    g_signalThread = nullptr;
+}
+
+void orvexctl::ResumeSignalThread() {
+    if (g_signalThread == nullptr) g_signalThread = new std::thread(WaitForSignals);
+}
+
+namespace {
 
 // A copied binary without the libraries beside it cannot run any device command.
 bool LibrariesPresent() {
@@ -148,7 +171,8 @@ int main(int argc, char** argv) {
             sub->add_option("PROFILE", first, "a built-in profile")->required();
             sub->add_option("DIR", second, "the new device root (missing or empty)")->required();
         }
-        if (want == "DIR") sub->add_option("DIR", first, "the new device root (missing or empty)")->required();
+        if (want == "DIR")
+            sub->add_option("DIR", first, "the new device root (missing or empty)")->required();
         if (std::string(spec.name) == "scan") {
             sub->add_option("--presses", presses, "trigger presses (1 to 1000)")
                 ->check(CLI::Range(1, 1000));
@@ -163,8 +187,9 @@ int main(int argc, char** argv) {
     std::vector<std::string> simCommand;
     bool simChosen = false;
     CLI::App* sim = app.add_subcommand(
-        "sim", "run a program (default: the demo service) with the virtual handheld inside it; "
-               "its page and API are served on 127.0.0.1");
+        "sim",
+        "run a program (default: the demo service) with the virtual handheld inside it; "
+        "its page and API are served on 127.0.0.1");
     sim->fallthrough();
     sim->footer(kFooter);
     sim->callback([&simChosen]() { simChosen = true; });
