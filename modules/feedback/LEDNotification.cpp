@@ -63,7 +63,7 @@ bool LEDNotification<T>::InitializeFeedback() {
 
 template <AndroidVersion T>
 bool LEDNotification<T>::PrepareFeedbackForTrigger() {
-    if (p_goodDecodeTimer != nullptr) p_goodDecodeTimer->Stop();
+    if (TimerProvider* timer = p_goodDecodeTimer) timer->Stop();
     if (!b_decodingLedFeedback) return true;
     p_light->setcolor(static_cast<int>(kRed));
     p_light->setlight();
@@ -73,11 +73,11 @@ bool LEDNotification<T>::PrepareFeedbackForTrigger() {
 template <AndroidVersion T>
 bool LEDNotification<T>::TriggerFeedback() {
     p_light->setcolor(static_cast<int>(kGreen));
-    if (p_goodDecodeTimer != nullptr) {
+    if (TimerProvider* timer = p_goodDecodeTimer) {
         // Green until the timer fires and resets the LED.
         p_light->setlight();
-        p_goodDecodeTimer->Stop();
-        p_goodDecodeTimer->Start();
+        timer->Stop();
+        timer->Start();
     } else if (b_decodingLedFeedback) {
         // Without a timer green is never shown: the LED goes straight to its reset colour.
         ResetFeedback();
@@ -88,7 +88,8 @@ bool LEDNotification<T>::TriggerFeedback() {
 template <AndroidVersion T>
 bool LEDNotification<T>::ResetFeedback() {
     // A running green phase ends with the timer, which resets the LED itself.
-    if (p_goodDecodeTimer != nullptr && p_goodDecodeTimer->IsStarted()) return true;
+    if (TimerProvider* timer = p_goodDecodeTimer; timer != nullptr && timer->IsStarted())
+        return true;
     if (!isScanLEDAccessible()) {
         SF_LOGI("[LEDNotification<T>::ResetFeedback()] Scan LED is not available.");
         return true;
@@ -140,8 +141,9 @@ void LEDNotification<T>::SetParameter(char const* name, char const* value) {
         p_goodDecodeTimer = nullptr;
         // Only 0 means "no timer".
         if (duration != 0) {
-            p_goodDecodeTimer = TimerProvider::CreateNewTimer(duration, OnTimer, nullptr);
-            p_goodDecodeTimer->p_Context = this;
+            TimerProvider* timer = TimerProvider::CreateNewTimer(duration, OnTimer, nullptr);
+            timer->p_Context = this;
+            p_goodDecodeTimer = timer;
         }
     }
 }

@@ -9,6 +9,8 @@
 
 #include <stdint.h>
 
+#include <atomic>
+
 #include "ComponentIndex.h"
 #include "IPlatformModule.h"
 #include "LightHal.h"
@@ -68,7 +70,9 @@ class LEDNotification : public IFeedbackModule {
     bool b_decodingLedFeedback;
     bool b_isRedLedActive;
     int32_t i_goodDecodeLedTimer;
-    TimerProvider* p_goodDecodeTimer;  // owned by the timer service
-    LightInterface* p_light;           // borrowed from LightHal
-    ICallback* p_callback;             // the caller's
+    // Owned by the timer service. Atomic because its callback compares it on the callback
+    // thread while a caller may replace it (SetParameter) on its own.
+    std::atomic<TimerProvider*> p_goodDecodeTimer;
+    LightInterface* p_light;  // borrowed from LightHal
+    ICallback* p_callback;    // the caller's
 };
