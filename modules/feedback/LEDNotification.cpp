@@ -51,6 +51,7 @@ char const* LEDNotification<T>::GetModuleName() {
 
 template <AndroidVersion T>
 bool LEDNotification<T>::InitializeFeedback() {
+    std::lock_guard<std::recursive_mutex> lock(m_LightLock);
     p_light = LightHal::associate();
     if (p_light == nullptr) {
         SF_LOGE("[LEDNotification::InitializeFeedback] initialization failed");
@@ -63,6 +64,7 @@ bool LEDNotification<T>::InitializeFeedback() {
 
 template <AndroidVersion T>
 bool LEDNotification<T>::PrepareFeedbackForTrigger() {
+    std::lock_guard<std::recursive_mutex> lock(m_LightLock);
     if (TimerProvider* timer = p_goodDecodeTimer) timer->Stop();
     if (!b_decodingLedFeedback) return true;
     p_light->setcolor(static_cast<int>(kRed));
@@ -72,6 +74,7 @@ bool LEDNotification<T>::PrepareFeedbackForTrigger() {
 
 template <AndroidVersion T>
 bool LEDNotification<T>::TriggerFeedback() {
+    std::lock_guard<std::recursive_mutex> lock(m_LightLock);
     p_light->setcolor(static_cast<int>(kGreen));
     if (TimerProvider* timer = p_goodDecodeTimer) {
         // Green until the timer fires and resets the LED.
@@ -87,6 +90,7 @@ bool LEDNotification<T>::TriggerFeedback() {
 
 template <AndroidVersion T>
 bool LEDNotification<T>::ResetFeedback() {
+    std::lock_guard<std::recursive_mutex> lock(m_LightLock);
     // A running green phase ends with the timer, which resets the LED itself.
     if (TimerProvider* timer = p_goodDecodeTimer; timer != nullptr && timer->IsStarted())
         return true;
@@ -121,6 +125,7 @@ char const* LEDNotification<T>::GetParameter(char const* /*name*/) {
 
 template <AndroidVersion T>
 void LEDNotification<T>::SetParameter(char const* name, char const* value) {
+    std::lock_guard<std::recursive_mutex> lock(m_LightLock);
     if (strncmp(name, "datacapture_led_id", kCompareLength) == 0) {
         InitializeFeedback();
     } else if (strncmp(name, "decoding_led_feedback", kCompareLength) == 0) {
@@ -160,6 +165,7 @@ bool LEDNotification<T>::ReadSubmit() {
 
 template <AndroidVersion T>
 void LEDNotification<T>::SetCallback(ICallback* callback) {
+    std::lock_guard<std::recursive_mutex> lock(m_LightLock);
     SF_LOGI("[LEDNotification<T>::SetCallback]");
     p_callback = callback;
 }

@@ -10,6 +10,7 @@
 #include <stdint.h>
 
 #include <atomic>
+#include <mutex>
 
 #include "ComponentIndex.h"
 #include "IPlatformModule.h"
@@ -75,4 +76,8 @@ class LEDNotification : public IFeedbackModule {
     std::atomic<TimerProvider*> p_goodDecodeTimer;
     LightInterface* p_light;  // borrowed from LightHal
     ICallback* p_callback;    // the caller's
+    // The timer's expiry resets the LED on the callback thread while the caller drives it on
+    // its own: the light's state is changed under this lock. Recursive, since the caller's
+    // operations reset the LED themselves.
+    std::recursive_mutex m_LightLock;
 };
