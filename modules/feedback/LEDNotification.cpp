@@ -8,6 +8,9 @@
 template <AndroidVersion T>
 typename LEDNotification<T>::_thread_register LEDNotification<T>::Obj;
 
+template <AndroidVersion T>
+std::recursive_mutex LEDNotification<T>::ms_LightLock;
+
 namespace {
 
 constexpr size_t kCompareLength = 100;
@@ -51,7 +54,7 @@ char const* LEDNotification<T>::GetModuleName() {
 
 template <AndroidVersion T>
 bool LEDNotification<T>::InitializeFeedback() {
-    std::lock_guard<std::recursive_mutex> lock(m_LightLock);
+    std::lock_guard<std::recursive_mutex> lock(ms_LightLock);
     p_light = LightHal::associate();
     if (p_light == nullptr) {
         SF_LOGE("[LEDNotification::InitializeFeedback] initialization failed");
@@ -64,7 +67,7 @@ bool LEDNotification<T>::InitializeFeedback() {
 
 template <AndroidVersion T>
 bool LEDNotification<T>::PrepareFeedbackForTrigger() {
-    std::lock_guard<std::recursive_mutex> lock(m_LightLock);
+    std::lock_guard<std::recursive_mutex> lock(ms_LightLock);
     if (TimerProvider* timer = p_goodDecodeTimer) timer->Stop();
     if (!b_decodingLedFeedback) return true;
     p_light->setcolor(static_cast<int>(kRed));
@@ -74,7 +77,7 @@ bool LEDNotification<T>::PrepareFeedbackForTrigger() {
 
 template <AndroidVersion T>
 bool LEDNotification<T>::TriggerFeedback() {
-    std::lock_guard<std::recursive_mutex> lock(m_LightLock);
+    std::lock_guard<std::recursive_mutex> lock(ms_LightLock);
     p_light->setcolor(static_cast<int>(kGreen));
     if (TimerProvider* timer = p_goodDecodeTimer) {
         // Green until the timer fires and resets the LED.
@@ -90,7 +93,7 @@ bool LEDNotification<T>::TriggerFeedback() {
 
 template <AndroidVersion T>
 bool LEDNotification<T>::ResetFeedback() {
-    std::lock_guard<std::recursive_mutex> lock(m_LightLock);
+    std::lock_guard<std::recursive_mutex> lock(ms_LightLock);
     // A running green phase ends with the timer, which resets the LED itself.
     if (TimerProvider* timer = p_goodDecodeTimer; timer != nullptr && timer->IsStarted())
         return true;
@@ -125,7 +128,7 @@ char const* LEDNotification<T>::GetParameter(char const* /*name*/) {
 
 template <AndroidVersion T>
 void LEDNotification<T>::SetParameter(char const* name, char const* value) {
-    std::lock_guard<std::recursive_mutex> lock(m_LightLock);
+    std::lock_guard<std::recursive_mutex> lock(ms_LightLock);
     if (strncmp(name, "datacapture_led_id", kCompareLength) == 0) {
         InitializeFeedback();
     } else if (strncmp(name, "decoding_led_feedback", kCompareLength) == 0) {
@@ -165,7 +168,7 @@ bool LEDNotification<T>::ReadSubmit() {
 
 template <AndroidVersion T>
 void LEDNotification<T>::SetCallback(ICallback* callback) {
-    std::lock_guard<std::recursive_mutex> lock(m_LightLock);
+    std::lock_guard<std::recursive_mutex> lock(ms_LightLock);
     SF_LOGI("[LEDNotification<T>::SetCallback]");
     p_callback = callback;
 }

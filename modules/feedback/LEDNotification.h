@@ -77,7 +77,8 @@ class LEDNotification : public IFeedbackModule {
     LightInterface* p_light;  // borrowed from LightHal
     ICallback* p_callback;    // the caller's
     // The timer's expiry resets the LED on the callback thread while the caller drives it on
-    // its own: the light's state is changed under this lock. Recursive, since the caller's
-    // operations reset the LED themselves.
-    std::recursive_mutex m_LightLock;
+    // its own: the light (one per device, shared by every LED module) changes under this lock.
+    // Recursive, since the caller's operations reset the LED themselves. Class-wide, so that a
+    // module deleted right after its timer's reset is not touched by the reset's unlock.
+    static std::recursive_mutex ms_LightLock;
 };

@@ -27,11 +27,6 @@ orvex::sim::ApiServer* gServer = nullptr;
 std::string* gTempRoot = nullptr;
 pid_t gOwner = 0;
 
-void Fail(const std::string& message) {
-    fprintf(stderr, "orvex-sim: %s\n", message.c_str());
-    exit(2);
-}
-
 // A forked child inherits this handler but neither the threads nor the root it would stop.
 void ShutDown() {
     if (getpid() != gOwner) return;
@@ -41,6 +36,15 @@ void ShutDown() {
         std::error_code ec;
         fs::remove_all(*gTempRoot, ec);
     }
+}
+
+// Ends the process from inside the loader's initialisation: what was made is undone here,
+// and no other exit handler or static destructor runs on a half-loaded process.
+void Fail(const std::string& message) {
+    fprintf(stderr, "orvex-sim: %s\n", message.c_str());
+    ShutDown();
+    fflush(nullptr);
+    _exit(2);
 }
 
 // A private copy of the profile, with what only a running device has: the platform library
@@ -54,7 +58,12 @@ std::string MakeDeviceRoot(const std::string& profile, const std::string& libDir
     if (!fs::is_directory(source, ec)) {
         std::string known;
         for (const auto& entry : fs::directory_iterator(libDir + "/../sim/profiles", ec)) {
-            known += (known.empty() ? "" : ", ") + entry.path().filename().string();
+            const std::string name = entry.path().filename().string();
+            if (!fs::exists(entry.path() / "system/build.prop", ec) ||
+                name.find('.') != std::string::npos) {
+                continue;  // build files, and the staged copies made from the profiles
+            }
+            known += (known.empty() ? "" : ", ") + name;
         }
         Fail("ORVEX_SIM=" + profile + " is neither a profile of this build (" + known +
              ") nor a profile directory");
