@@ -72,8 +72,14 @@ class Baseline {
     void End(std::initializer_list<std::pair<const char*, size_t>> figures) const {
         const size_t pool = orvex::hidl::RpcThreadCount();
         EXPECT_LE(pool, 2u);
+        // A thread that has returned may still be listed for a moment while the kernel ends it;
+        // one that stays is one left behind.
         size_t made = 0;
-        for (const std::string& t : Entries("/proc/self/task")) made += threads_.count(t) == 0;
+        for (int tries = 0; tries < 200 && (tries == 0 || made != pool - pool_); ++tries) {
+            if (tries > 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            made = 0;
+            for (const std::string& t : Entries("/proc/self/task")) made += threads_.count(t) == 0;
+        }
         EXPECT_EQ(pool - pool_, made);
         std::vector<std::string> opened;
         for (const std::string& d : Entries("/proc/self/fd"))
