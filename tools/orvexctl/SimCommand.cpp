@@ -172,7 +172,12 @@ int RunSim(const Options& options, int port, const std::vector<std::string>& com
     if (!url.empty()) {
         printf("virtual handheld (%s): %s\n", choice.label().c_str(), url.c_str());
         fflush(stdout);
-    } else if (!ended) {
+    } else if (ended) {
+        fprintf(stderr,
+                "orvexctl sim: %s ended before the device came up: the device lives inside the "
+                "program, so it must load libplatform.orvex.so\n",
+                argv[0].c_str());
+    } else {
         fprintf(stderr,
                 "orvexctl sim: %s has not brought the device up after %lld s; does it load "
                 "libplatform.orvex.so?\n",
