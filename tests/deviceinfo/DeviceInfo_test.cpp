@@ -375,6 +375,7 @@ TEST(DeviceInfo, AnswersLogsAndAssertsEachFact) {
              {"ro.boot.device.camera0=  1", "Rear", "true"},
              {"ro.boot.device.camera0=yes;ro.config.device.camera0=1", "Rear", "true", rearStoi},
              {"ro.config.device.camera0=99999999999", "Rear", "false", rearStoi},
+             {"ro.boot.device.camera0=a", "Rear", "false", rearStoi},  // decimal only
              {"ro.boot.device.camera1=x", "Front", "false", frontStoi + frontStoi},
              {"ro.boot.device.camera1=1", "Front", "true"},
              // A camera without lens facing, or one that went away, ends the service check.
