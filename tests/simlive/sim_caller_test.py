@@ -7,11 +7,12 @@ Usage: sim_caller_test.py ORVEXCTL SIM_CALLER"""
 import glob
 import json
 import os
-import selectors
+import queue
 import signal
 import subprocess
 import sys
 import tempfile
+import threading
 import urllib.error
 import urllib.request
 
@@ -30,15 +31,22 @@ def post(url, body):
 
 
 def reader(proc):
-    """The next line of proc's standard output, waiting at most 20 s."""
-    lines = selectors.DefaultSelector()
-    lines.register(proc.stdout, selectors.EVENT_READ)
+    """The next line of proc's standard output, waiting at most 20 s. A thread reads the lines:
+    waiting on the pipe itself would miss a line already taken into the file's buffer along
+    with the one before it (the tool's URL and the program's first line often come together)."""
+    lines = queue.Queue()
+
+    def pump():
+        for text in proc.stdout:
+            lines.put(text.rstrip("\n"))
+    threading.Thread(target=pump, daemon=True).start()
 
     def line():
-        if not lines.select(timeout=20):
+        try:
+            return lines.get(timeout=20)
+        except queue.Empty:
             proc.kill()
             sys.exit("no output within 20 s")
-        return proc.stdout.readline().rstrip("\n")
     return line
 
 
