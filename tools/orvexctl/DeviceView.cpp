@@ -84,6 +84,16 @@ std::string RealPath(const std::string& path) {
     return realpath(path.c_str(), buf) != nullptr ? buf : "";
 }
 
+// The names in an open directory but "." and "..", in order; closes it.
+std::set<std::string> TakeNames(DIR* dir) {
+    std::set<std::string> names;
+    while (struct dirent* e = readdir(dir)) {
+        if (strcmp(e->d_name, ".") != 0 && strcmp(e->d_name, "..") != 0) names.insert(e->d_name);
+    }
+    closedir(dir);
+    return names;
+}
+
 }  // namespace
 
 bool HashFile(const std::string& hostPath, uint64_t* hash, off_t* size) {
@@ -142,12 +152,7 @@ void DeviceView::Walk(const std::string& devicePath, int depth) {
         return;
     }
     fd.release();
-    std::set<std::string> names;
-    while (struct dirent* e = readdir(dir)) {
-        if (strcmp(e->d_name, ".") != 0 && strcmp(e->d_name, "..") != 0) names.insert(e->d_name);
-    }
-    closedir(dir);
-    for (const std::string& name : names) {
+    for (const std::string& name : TakeNames(dir)) {
         const std::string child = devicePath + "/" + name;
         if (++count_ > kMaxEntries) {
             leftOut_.push_back(Note{child, "and everything after it: the root holds more than " +
@@ -284,12 +289,7 @@ std::vector<DeviceView::Note> DeviceView::Changes() const {
         dirs.pop_back();
         DIR* dir = opendir((view_ + dirPath).c_str());
         if (dir == nullptr) continue;
-        std::set<std::string> names;
-        while (struct dirent* d = readdir(dir)) {
-            if (strcmp(d->d_name, ".") != 0 && strcmp(d->d_name, "..") != 0) names.insert(d->d_name);
-        }
-        closedir(dir);
-        for (const std::string& name : names) {
+        for (const std::string& name : TakeNames(dir)) {
             const std::string p = dirPath + "/" + name;
             struct stat st;
             if (lstat((view_ + p).c_str(), &st) != 0) continue;
