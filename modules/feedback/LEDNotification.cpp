@@ -190,6 +190,7 @@ uint32_t LEDNotification<T>::ConvertToargb(uint32_t a, uint32_t r, uint32_t g, u
 template <AndroidVersion T>
 void LEDNotification<T>::OnTimer(TimerProvider* timer) {
     LEDNotification<T>* module = static_cast<LEDNotification<T>*>(timer->p_Context);
+    std::lock_guard<std::recursive_mutex> lock(ms_LightLock);
     if (module->p_goodDecodeTimer != timer) {
         SF_LOGE("[LEDNotification<T>::OnTimer] Unknown timer triggered on LEDNotification Module");
     }

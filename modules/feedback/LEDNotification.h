@@ -2,14 +2,13 @@
 // then back to red or off, at once or when the one-shot good-decode timer expires.
 //
 // Threads: the caller's thread runs every operation; the timer service's callback thread runs
-// OnTimer, which calls ResetFeedback concurrently with the caller. Nothing is locked: callers
-// do not drive the module while a timer expiry may be delivered. The light object is shared
-// with the other LED modules through LightHal.
+// OnTimer, which calls ResetFeedback concurrently with the caller. Both sides hold ms_LightLock
+// while they read the timer or drive the light, which is shared with the other LED modules
+// through LightHal.
 #pragma once
 
 #include <stdint.h>
 
-#include <atomic>
 #include <mutex>
 
 #include "ComponentIndex.h"
@@ -71,11 +70,9 @@ class LEDNotification : public IFeedbackModule {
     bool b_decodingLedFeedback;
     bool b_isRedLedActive;
     int32_t i_goodDecodeLedTimer;
-    // Owned by the timer service. Atomic because its callback compares it on the callback
-    // thread while a caller may replace it (SetParameter) on its own.
-    std::atomic<TimerProvider*> p_goodDecodeTimer;
-    LightInterface* p_light;  // borrowed from LightHal
-    ICallback* p_callback;    // the caller's
+    TimerProvider* p_goodDecodeTimer;  // owned by the timer service; under ms_LightLock
+    LightInterface* p_light;           // borrowed from LightHal
+    ICallback* p_callback;             // the caller's
     // The timer's expiry resets the LED on the callback thread while the caller drives it on
     // its own: the light (one per device, shared by every LED module) changes under this lock.
     // Recursive, since the caller's operations reset the LED themselves. Class-wide, so that a
